@@ -1,0 +1,19 @@
+# ostrelle_add_suite(NAME [SOURCES file...] [LIBRARIES target...] [TIMEOUT seconds])
+#
+# One Qt Test program from tst_NAME.cpp of the calling folder plus SOURCES, registered with CTest
+# under the same name. Suites run on Qt's offscreen platform unless they start programs of their own.
+function(ostrelle_add_suite name)
+    cmake_parse_arguments(PARSE_ARGV 1 suite "" "TIMEOUT" "SOURCES;LIBRARIES")
+    if(NOT suite_TIMEOUT)
+        set(suite_TIMEOUT 300)
+    endif()
+    add_executable(tst_${name} tst_${name}.cpp ${suite_SOURCES})
+    set_target_properties(tst_${name} PROPERTIES AUTOMOC ON)
+    ostrelle_configure_target(tst_${name})
+    target_link_libraries(tst_${name} PRIVATE
+        ${suite_LIBRARIES} ostrelle_test_support Qt6::Core Qt6::Test)
+    add_test(NAME ${name} COMMAND tst_${name})
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT ${suite_TIMEOUT}
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TZ=UTC")
+endfunction()

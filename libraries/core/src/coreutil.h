@@ -1,0 +1,3 @@
+#pragma once
+
+// Small system utilities of the core library.

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "s3singleton.h"
+
+#include <QSet>
+#include <QString>
+
+// A set of feature names. Names are compared exactly, with case.
+//
+// Filled before the work starts and read-only afterwards: no lock guards it.
+class s3Features
+{
+public:
+    // Whether the feature `name` is in the set. With an empty set, the usual case, nothing is hashed.
+    [[nodiscard]] bool contains(const QString &name) const
+    {
+        return !m_features.isEmpty() && m_features.contains(name);
+    }
+    [[nodiscard]] bool isEmpty() const { return m_features.isEmpty(); }
+
+    void insert(const QString &name) { m_features.insert(name); }
+    void remove(const QString &name) { m_features.remove(name); }
+    void clear() { m_features.clear(); }
+
+private:
+    QSet<QString> m_features;
+};
+
+// Experimental features that are switched on: "forceFallbackDictionary",
+// "preferLocalFilesIfIsLocalInstall".
+class s3ExperimentalFeatures final : public s3Features, public s3Singleton<s3ExperimentalFeatures>
+{
+};
+
+// Normal features that are switched off: "useFallbackDictionary".
+class s3DisabledFeatures final : public s3Features, public s3Singleton<s3DisabledFeatures>
+{
+};
+
+// The process-wide sets, both empty in an ordinary run. Never null.
+[[nodiscard]] s3ExperimentalFeatures *s3ExperimentalFeaturesInstance();
+[[nodiscard]] s3DisabledFeatures *s3DisabledFeaturesInstance();

@@ -1,0 +1,6 @@
+#include "s3language.h"
+
+bool s3IsRightToLeft()
+{
+    return false;
+}

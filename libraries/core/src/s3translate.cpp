@@ -1,0 +1,6 @@
+#include "s3translate.h"
+
+QString s3Translate(const QString &sourceText)
+{
+    return sourceText;
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "s3testflags.h"
+#include "test/s3testausproxy.h"
+#include "test/s3tracetext.h"
+
+#include <QCoreApplication>
+
+#include <utility>
+
+// One trace site: prints one line when the test flag `flag` is on and an application object exists.
+// `buildText` is called only then and gives a QString or an s3TraceText, so a silent site builds no
+// string and costs one read and one emptiness test:
+//
+//     s3Trace(226, [&] { return s3TraceText(u"s3Dir::setCurrent"_s).argument(u"path"_s, path); });
+template <class BuildText> inline void s3Trace(qint32 flag, BuildText &&buildText)
+{
+    if (!s3TestFlagsInstance()->contains(flag) || QCoreApplication::instance() == nullptr)
+        return;
+    const auto text = std::forward<BuildText>(buildText)();
+    if constexpr (requires { text.text(); })
+        s3TestausProxy::instance()->print(text.text(), true);
+    else
+        s3TestausProxy::instance()->print(text, true);
+}
