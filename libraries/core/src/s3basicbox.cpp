@@ -3,13 +3,13 @@
 #include "platform/display.h"
 #include "platform/standarderror.h"
 #include "protocol/s3logfilestream.h"
+#include "s3basicbox_p.h"
 #include "s3basicboxwin.h"
 #include "s3testflags.h"
 #include "s3translate.h"
 #include "s3whitelabel.h"
 #include "test/s3trace.h"
 
-#include <QCoreApplication>
 #include <QLabel>
 #include <QResizeEvent>
 #include <QScreen>
@@ -28,12 +28,9 @@ namespace
 
 QString defaultTitle()
 {
-    const s3WhiteLabel *whiteLabel = s3WhiteLabelInstance();
-    if (whiteLabel->isActive())
-        return whiteLabel->defaultWindowTitle();
-    const QString title = s3Translate(u"Zerk"_s);
-    // The mark of a text that the dictionary does not know must never reach the title bar.
-    return title.startsWith("*** "_L1) ? qAppName() : title;
+    const s3WhiteLabel *brand = s3WhiteLabelInstance();
+    return s3DefaultBoxTitle(brand->isActive(), brand->defaultWindowTitle(),
+                             [](const QString &text) { return s3Translate(text); });
 }
 
 // The answer of a box that nobody can answer. QMessageBox puts an Ok button into an empty set, and Ok
