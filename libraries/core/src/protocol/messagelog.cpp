@@ -1,77 +1,182 @@
 #include "protocol/messagelog.h"
 
+#include "processobjects.h"
+#include "protocol/messagelog_p.h"
 #include "s3dir.h"
 
 #include <QFile>
-#include <QLoggingCategory>
 #include <QMutex>
+#include <QMutexLocker>
 #include <QTextStream>
+
+#include <atomic>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 
-QFile logFile;
-QtMessageHandler previousHandler = nullptr;
-const char *categoryName = nullptr;
+// Null until the handler is installed. Like the next one guarded by logMutex().
+constinit QtMessageHandler previousHandler = nullptr;
+constinit bool logFileIsGone = false;
+
+// The category of the log... functions, or null for the default one.
+constinit std::atomic<const QLoggingCategory *> currentCategory = nullptr;
+
+// Never destroyed, since messages may still come when static objects go.
+QMutex &logMutex()
+{
+    static auto *const mutex = new QMutex;
+    return *mutex;
+}
 
 void messageHandler(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     if (message.isEmpty())
         return;
-    static QMutex logMutex;
-    const QMutexLocker lock(&logMutex);
-    if (logFile.open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::Append)) {
-        QTextStream stream(&logFile);
+    // Held around the former handler too. A message that comes up meanwhile on this thread does not wait
+    // here for ever: Qt sends what a handler logs past all handlers.
+    const QMutexLocker lock(&logMutex());
+    if (!logFileIsGone && messageLogFile().open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::Append)) {
+        QTextStream stream(&messageLogFile());
         stream.setEncoding(QStringConverter::Utf8);
         stream << qFormatLogMessage(type, context, message + u'\n');
         stream.flush();
-        logFile.close();
+        messageLogFile().close();
     }
     previousHandler(type, context, message);
 }
 
+// The registered category of that name. Made once for each name and kept: to register one is expensive,
+// and a stream refers to its category's name until it is written.
+const QLoggingCategory &registeredCategory(const char *name)
+{
+    static QMutex mutex;
+    static auto &categories = *new std::vector<const QLoggingCategory *>;
+    const QMutexLocker lock(&mutex);
+    for (const QLoggingCategory *category : categories) {
+        if (qstrcmp(category->categoryName(), name) == 0)
+            return *category;
+    }
+    categories.push_back(new QLoggingCategory(name));
+    return *categories.back();
+}
+
+const QLoggingCategory &logCategoryObject()
+{
+    const QLoggingCategory *const category = currentCategory.load(std::memory_order_acquire);
+    return category != nullptr ? *category : *QLoggingCategory::defaultCategory();
+}
+
+QMessageLogger withoutPosition()
+{
+    return QMessageLogger(nullptr, 0, nullptr);
+}
+
+}
+
+void detachLogFile()
+{
+    const QMutexLocker lock(&logMutex());
+    logFileIsGone = true;
 }
 
 void initLogFile(const QString &dir, const QString &fileName, bool truncate)
 {
     if (fileName.isEmpty())
         return;
-    logFile.setFileName(s3Dir(dir).filePath(fileName));
-    if (truncate && logFile.exists())
-        logFile.resize(0);
+    const QString path = s3Dir(dir).filePath(fileName);
+    const QMutexLocker lock(&logMutex());
+    QFile &file = messageLogFile();
+    file.setFileName(path);
+    if (truncate && file.exists())
+        file.resize(0);
     if (previousHandler == nullptr)
         previousHandler = qInstallMessageHandler(messageHandler);
 }
 
 void setLogCategory(const char *name)
 {
-    categoryName = name;
+    currentCategory.store(name != nullptr ? &registeredCategory(name) : nullptr, std::memory_order_release);
 }
 
 void clearLogCategory()
 {
-    categoryName = nullptr;
+    setLogCategory(nullptr);
 }
 
 const char *logCategory()
 {
-    return categoryName;
+    const QLoggingCategory *const category = currentCategory.load(std::memory_order_acquire);
+    return category != nullptr ? category->categoryName() : nullptr;
 }
 
 void setDebugEnabled(bool on)
 {
-    if (categoryName == nullptr)
+    const char *const name = logCategory();
+    if (name == nullptr)
         return;
     QLoggingCategory::setFilterRules(
-        u"%1.debug=%2"_s.arg(QString::fromUtf8(categoryName), on ? u"true"_s : u"false"_s));
+        u"%1.debug=%2"_s.arg(QString::fromUtf8(name), on ? u"true"_s : u"false"_s));
 }
 
 QDebug logDebug()
 {
-    const QLoggingCategory category(categoryName);
-    if (!category.isDebugEnabled())
-        return QMessageLogger(nullptr, 0, nullptr).debug(category).noquote();
-    return QMessageLogger(nullptr, 0, nullptr).debug(category).noquote();
+    return logDebug(logCategoryObject());
+}
+
+QDebug logInfo()
+{
+    return logInfo(logCategoryObject());
+}
+
+QDebug logWarning()
+{
+    return logWarning(logCategoryObject());
+}
+
+QDebug logCritical()
+{
+    return logCritical(logCategoryObject());
+}
+
+QDebug logDebug(const QLoggingCategory &category)
+{
+    return withoutPosition().debug(category).noquote();
+}
+
+QDebug logInfo(const QLoggingCategory &category)
+{
+    return withoutPosition().info(category).noquote();
+}
+
+QDebug logWarning(const QLoggingCategory &category)
+{
+    return withoutPosition().warning(category).noquote();
+}
+
+QDebug logCritical(const QLoggingCategory &category)
+{
+    return withoutPosition().critical(category).noquote();
+}
+
+QDebug logFor(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+        return logDebug();
+    case QtWarningMsg:
+        return logWarning();
+    case QtInfoMsg:
+        return logInfo();
+    default:
+        return logCritical();
+    }
+}
+
+void logList(const QStringList &list, const QString &text)
+{
+    for (const QString &item : list)
+        logDebug() << u"%1 [%2]"_s.arg(text, item);
 }

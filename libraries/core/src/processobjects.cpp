@@ -1,0 +1,30 @@
+#include "processobjects.h"
+
+#include "protocol/messagelog_p.h"
+
+#include <QFile>
+
+namespace
+{
+
+// The message log's file tells the log when it goes: what is logged later skips the file.
+class LogFile final : public QFile
+{
+public:
+    LogFile() = default;
+    ~LogFile() override { detachLogFile(); }
+    Q_DISABLE_COPY_MOVE(LogFile)
+};
+
+// The order of these definitions is the order of construction before main, and backwards that of
+// destruction at the end of the process. The log's file comes first, so that everything that is
+// constructed behind it can still log when it is destroyed; the crash handler follows what its report
+// reads; the event names come last.
+LogFile logFile;
+
+}
+
+QFile &messageLogFile()
+{
+    return logFile;
+}
