@@ -23,7 +23,7 @@ int s3CommandLineParser::parse(const QStringList &arguments, QString &error)
         error = errorText();
         return ParseError;
     }
-    return isSet(u"help"_s) ? ParseHelp : ParseOk;
+    return isSet(u"help"_s) || isSet(u"?"_s) ? ParseHelp : ParseOk;
 }
 
 QString s3CommandLineParser::helpText() const
