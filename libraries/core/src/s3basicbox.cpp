@@ -16,6 +16,7 @@
 #include <QStyle>
 #include <QTextDocument>
 #include <QTextDocumentFragment>
+#include <QTextStream>
 #include <QWindow>
 
 #include <algorithm>
@@ -87,8 +88,11 @@ int s3BasicBox::show(QMessageBox::Icon icon, const QString &title, const QString
             .argument(u"text"_s, text);
     });
 
-    if (icon == Critical && s3LogFileStream::isOpen(u"error"_s))
+    const QString errorStream = u"error"_s;
+    if (icon == Critical && s3LogFileStream::isOpen(errorStream)) {
+        *s3LogFileStream::stream(errorStream) << u"s3BasicBox::show"_s << u"(): "_s << text << Qt::endl;
         return 0;
+    }
     if (fatal)
         return s3BasicBoxWin::show(icon, myTitle, text, buttons, defaultButton);
     if (!platform::screenAvailable()) {

@@ -2,6 +2,7 @@
 
 #include "ostrelletest/scopedtestflag.h"
 #include "ostrelletest/tracerecorder.h"
+#include "protocol/s3logfilestream.h"
 #include "s3basicbox_p.h"
 #include "s3whitelabel.h"
 #include "test/s3tracetext.h"
@@ -14,6 +15,7 @@
 #include <QResizeEvent>
 #include <QScreen>
 #include <QStyle>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -92,6 +94,30 @@ public:
     using s3BasicBox::s3BasicBox;
 };
 
+// A log stream for the scope.
+class ErrorStream
+{
+public:
+    explicit ErrorStream(const QString &key = u"error"_s) : m_key(key)
+    {
+        m_opened = s3LogFileStream::open(m_key, m_directory.filePath(u"error.txt"_s), QStringConverter::Utf8);
+    }
+    ~ErrorStream() { s3LogFileStream::close(m_key); }
+    Q_DISABLE_COPY_MOVE(ErrorStream)
+
+    [[nodiscard]] bool opened() const { return m_opened; }
+    [[nodiscard]] QString content() const
+    {
+        QFile file(m_directory.filePath(u"error.txt"_s));
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : u"(no file)"_s;
+    }
+
+private:
+    QTemporaryDir m_directory;
+    QString m_key;
+    bool m_opened = false;
+};
+
 constexpr auto directions = {Qt::LeftToRight, Qt::RightToLeft};
 
 QString sentence()
@@ -128,6 +154,9 @@ private Q_SLOTS:
     void frontsShowTheirKind();
     void showGivesTheButtonPressed();
     void flag336AvoidsTheNativeBox();
+    void openErrorStreamTakesCriticalTexts_data();
+    void openErrorStreamTakesCriticalTexts();
+    void otherStreamsTakeNothing();
     void traceOfShow();
     void noTraceWithoutFlag();
 
@@ -320,6 +349,43 @@ void TestBasicBox::flag336AvoidsTheNativeBox()
         QCOMPARE(visitor.icon(), QMessageBox::Critical);
         QCOMPARE(visitor.defaultButton(), QMessageBox::Yes);
     }
+}
+
+void TestBasicBox::openErrorStreamTakesCriticalTexts_data()
+{
+    QTest::addColumn<QMessageBox::Icon>("icon");
+    QTest::addColumn<bool>("fatal");
+    QTest::addColumn<bool>("toStream");
+    QTest::newRow("critical") << QMessageBox::Critical << false << true;
+    QTest::newRow("fatal, critical") << QMessageBox::Critical << true << true;
+    QTest::newRow("warning") << QMessageBox::Warning << false << false;
+    QTest::newRow("information") << QMessageBox::Information << false << false;
+    QTest::newRow("question") << QMessageBox::Question << false << false;
+}
+
+void TestBasicBox::openErrorStreamTakesCriticalTexts()
+{
+    QFETCH(const QMessageBox::Icon, icon);
+    QFETCH(const bool, fatal);
+    QFETCH(const bool, toStream);
+    const ErrorStream stream;
+    QVERIFY(stream.opened());
+    const BoxVisitor visitor(QMessageBox::Ok);
+    const int result = s3BasicBox::show(icon, u"Titel"_s, u"Zeile 1\nÄrger"_s, QMessageBox::Ok, 0, fatal);
+    QCOMPARE(visitor.seen(), !toStream);
+    QCOMPARE(result, toStream ? 0 : int(QMessageBox::Ok));
+    // Read while the stream is open: each line is flushed.
+    QCOMPARE(stream.content(), toStream ? u"s3BasicBox::show(): Zeile 1\nÄrger\n"_s : QString());
+}
+
+void TestBasicBox::otherStreamsTakeNothing()
+{
+    const ErrorStream stream(u"Error"_s);
+    QVERIFY(stream.opened());
+    const BoxVisitor visitor(QMessageBox::Ok);
+    QCOMPARE(s3BasicBox::critical(u"Text"_s), int(QMessageBox::Ok));
+    QVERIFY(visitor.seen());
+    QCOMPARE(stream.content(), QString());
 }
 
 void TestBasicBox::traceOfShow()
