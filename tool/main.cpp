@@ -1,5 +1,6 @@
 #include "mailparameters.h"
 #include "ostrellecommandlineparser.h"
+#include "platform/display.h"
 #include "protocol/messagelog.h"
 #include "s3basicbox.h"
 #include "s3fileinfo.h"
@@ -13,6 +14,7 @@ using namespace Qt::StringLiterals;
 // object is there so that message boxes can be shown.
 int main(int argc, char **argv)
 {
+    platform::prepareDisplay();
     const QApplication application(argc, argv);
     OstrelleCommandLineParser parser;
     QString zmlFile;

@@ -9,7 +9,10 @@ using namespace Qt::StringLiterals;
 
 s3CommandLineParser::s3CommandLineParser()
 {
-    addHelpOption();
+    const QCommandLineOption help = addHelpOption();
+    // Qt gives the option its name "?" on Windows alone; here it is help everywhere.
+    if (!help.names().contains(u"?"_s))
+        addOption(QCommandLineOption(u"?"_s, help.description()));
 }
 
 int s3CommandLineParser::parse(const QStringList &arguments, QString &error)
