@@ -7,13 +7,12 @@
 #include "standarderrorcapture.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextDocumentFragment>
 
-#include <memory>
+#include <csignal>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -276,7 +275,9 @@ void TestNativeBox::answers_data()
         {"kdialog", BoxYesNoCancel, "exit 3", noHelper},
         {"xmessage", BoxOk, "exit 101", BoxResultOk},
         {"xmessage", BoxOk, "exit 0", BoxResultOk},
-        {"xmessage", BoxOk, "exit 1", noHelper},
+        {"xmessage", BoxOk, "exit 1", BoxResultOk},
+        {"xmessage", BoxOk, "echo 'Error: Can'\\''t open display: :4711' >&2; exit 1", noHelper},
+        {"xmessage", BoxOk, "echo 'Warning: Missing charsets' >&2; exit 1", BoxResultOk},
         {"xmessage", BoxOkCancel, "exit 101", BoxResultOk},
         {"xmessage", BoxOkCancel, "exit 102", BoxResultCancel},
         {"xmessage", BoxOkCancel, "exit 0", BoxResultCancel},
@@ -288,7 +289,7 @@ void TestNativeBox::answers_data()
         {"xmessage", BoxYesNoCancel, "exit 106", BoxResultYes},
         {"xmessage", BoxYesNoCancel, "exit 107", BoxResultNo},
         {"xmessage", BoxYesNoCancel, "exit 102", BoxResultCancel},
-        {"xmessage", BoxYesNoCancel, "exit 0", BoxResultCancel},
+        {"xmessage", BoxYesNoCancel, "exit 1", BoxResultCancel},
         {"zenity", BoxOk, "kill -9 $$", noHelper},
     };
     for (const Row &row : rows)
