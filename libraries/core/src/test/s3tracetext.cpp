@@ -27,3 +27,9 @@ s3TraceText &s3TraceText::pointer(const QString &name, const void *value)
     m_text += u" %1=%2"_s.arg(name, digits);
     return *this;
 }
+
+s3TraceText &s3TraceText::append(const QString &text)
+{
+    m_text += text;
+    return *this;
+}
