@@ -1,0 +1,19 @@
+#include "platform/systemerror.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace platform
+{
+
+int lastSystemError()
+{
+    return errno;
+}
+
+bool knowsSystemError(int number)
+{
+    return strerrordesc_np(number) != nullptr;
+}
+
+}
