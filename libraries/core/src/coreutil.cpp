@@ -6,6 +6,7 @@
 #include "platform/systemerror.h"
 #include "protocol/s3assert.h"
 #include "s3fileinfo.h"
+#include "s3string.h"
 #include "test/s3trace.h"
 
 #include <QCoreApplication>
@@ -23,11 +24,6 @@ constinit std::atomic<bool> useBeepError = false;
 constexpr qint32 beepTraceFlag = 338;
 constexpr qint32 beepToneFlag = 339;
 constexpr qint32 registryTraceFlag = 321;
-
-QString boolText(bool value)
-{
-    return value ? u"true"_s : u"false"_s;
-}
 
 QString mebibytes(quint64 bytes)
 {
@@ -55,8 +51,8 @@ bool s3UseBeepError()
 bool s3BeepError(bool force)
 {
     s3Trace(beepTraceFlag, [&] {
-        return u"s3BeepError(force=%1, s3UseBeepError()=%2)"_s.arg(boolText(force),
-                                                                   boolText(s3UseBeepError()));
+        return u"s3BeepError(force=%1, s3UseBeepError()=%2)"_s.arg(s3String::fromBool(force),
+                                                                   s3String::fromBool(s3UseBeepError()));
     });
     if (!force && !s3UseBeepError())
         return false;
@@ -75,7 +71,8 @@ QString s3GetRegistryValue(const QString &root, const QString &key, const QStrin
     const QString result = value.isValid() ? value.toString() : QString();
     s3Trace(registryTraceFlag, [&] {
         return u"s3GetRegistryValue('%1', '%2', '%3') = %4 (isValid=%5, type='%6')"_s.arg(
-            root, key, valueName, result, boolText(value.isValid()), QString::fromUtf8(value.typeName()));
+            root, key, valueName, result, s3String::fromBool(value.isValid()),
+            QString::fromUtf8(value.typeName()));
     });
     return result;
 }
@@ -179,7 +176,7 @@ QString s3VersionText(const platform::VersionInfo &info, const QString &key)
         return QString();
     const auto *translation = static_cast<const quint16 *>(value); // language, code page
     const QString language
-        = u"%1%2"_s.arg(translation[0], 4, 16, QChar(u'0')).arg(translation[1], 4, 16, QChar(u'0'));
+        = s3String::fromHex(translation[0], 4, false) + s3String::fromHex(translation[1], 4, false);
     if (!info.query(u"\\StringFileInfo\\%1\\%2"_s.arg(language, key), value, size))
         return QString();
     constexpr const char *sourceFile = "libraries/core/src/coreutil";

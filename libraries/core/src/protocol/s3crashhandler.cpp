@@ -1,9 +1,9 @@
 #include "protocol/s3crashhandler.h"
 
 #include "error/s3exception.h"
+#include "platform/standarderror.h"
 #include "s3testflags.h"
 
-#include <cstdio>
 #include <cstdlib>
 
 using namespace Qt::StringLiterals;
@@ -40,8 +40,7 @@ void s3CrashHandler::assertFailed(quint32 code, const char *condition, const QSt
     if (s3TestFlagsInstance()->contains(191))
         throw s3Exception(message);
 
-    std::fputs(message.toUtf8().constData(), stderr);
-    std::fflush(stderr);
+    platform::writeToStandardError(message);
     // Not abort(): a Windows run time shows a box of its own there, which nobody may be around to see.
     std::_Exit(-1);
 }

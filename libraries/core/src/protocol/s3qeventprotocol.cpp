@@ -1,13 +1,14 @@
 #include "protocol/s3qeventprotocol.h"
 
+#include "processobjects.h"
 #include "protocol/eventnames.h"
 #include "protocol/s3assert.h"
 #include "protocol/s3iformattable.h"
+#include "protocol/s3qeventprotocol_p.h"
 #include "s3string.h"
 
 #include <QCoreApplication>
 #include <QHash>
-#include <QSet>
 #include <QThread>
 
 using namespace Qt::StringLiterals;
@@ -18,31 +19,9 @@ namespace
 constexpr unsigned wmUser = 0x0400;
 constexpr unsigned wmApp = 0x8000;
 
-QHash<int, QString> &eventNames()
-{
-    static QHash<int, QString> names = [] {
-        QHash<int, QString> table;
-        for (const s3EventName &row : s3EventNames)
-            table.insert(row.type, QStringView(row.name).toString());
-        return table;
-    }();
-    return names;
-}
-
-QSet<int> &ignoredEventTypes()
-{
-    static QSet<int> types;
-    return types;
-}
-
-QString hexText(quint64 value)
-{
-    return u"0x%1"_s.arg(value, 16, 16, QChar(u'0'));
-}
-
 QString pointerText(const void *pointer)
 {
-    return hexText(reinterpret_cast<quintptr>(pointer));
+    return s3String::fromHex(reinterpret_cast<quintptr>(pointer));
 }
 
 QString eventTypeText(int type)
@@ -74,6 +53,14 @@ QString customArguments(const QEvent *event)
     return formattable != nullptr ? formattable->argumentsText() : QString();
 }
 
+}
+
+QHash<int, QString> makeEventNames()
+{
+    QHash<int, QString> names;
+    for (const s3EventName &row : s3EventNames)
+        names.insert(row.type, QStringView(row.name).toString());
+    return names;
 }
 
 void s3QEventProtocol::addCustomQEventName(int type, const QString &name)
@@ -116,5 +103,5 @@ QString s3QEventProtocol::windowMessageName(unsigned message)
         return *found;
     if (message > wmUser && message < wmApp)
         return u"WM_USER + "_s + QString::number(message - wmUser);
-    return u"%1 (%2)"_s.arg(QString::number(message), hexText(message));
+    return u"%1 (%2)"_s.arg(QString::number(message), s3String::fromHex(message));
 }
