@@ -29,6 +29,10 @@ constexpr qint32 debuggerFlag = 202;
 // it has to go before it waits for a line that a worker may hold while it waits for the flush.
 thread_local bool insideFlush = false;
 
+// The proxy whose line this thread holds. A line closed inside another one gives back the outer one's holds
+// too: the outer one's end then finds null here and leaves alone what may be another thread's line by then.
+thread_local const s3TestausProxyPrivate *lineHolder = nullptr;
+
 QString streamKey()
 {
     return u"testaus"_s;
@@ -93,14 +97,15 @@ bool s3TestausProxyPrivate::isOutputWanted() const
 
 void s3TestausProxyPrivate::print(const QString &text, bool endLine)
 {
-    if (!isOutputWanted() || insideFlush)
-        return;
-    const bool firstPart = lockLine();
-    QString line = text;
-    if (firstPart && s3TestFlagsInstance()->contains(timeFlag))
-        line.prepend(QTime::currentTime().toString(u"[HH:mm:ss.zzz] "_s));
-    write(line, endLine);
-    if (endLine)
+    if (isOutputWanted() && !insideFlush) {
+        const bool firstPart = lockLine();
+        QString line = text;
+        if (firstPart && s3TestFlagsInstance()->contains(timeFlag))
+            line.prepend(QTime::currentTime().toString(u"[HH:mm:ss.zzz] "_s));
+        write(line, endLine);
+    }
+    // Also where the output has gone away since the line's first part: others wait for its end.
+    if (endLine && !insideFlush && lineHolder == this)
         unlockLine();
 }
 
@@ -108,6 +113,7 @@ void s3TestausProxyPrivate::print(const QString &text, bool endLine)
 bool s3TestausProxyPrivate::lockLine()
 {
     lineMutex.lock();
+    lineHolder = this;
     const QMutexLocker lock(&depthMutex);
     return ++lineDepth == 1;
 }
@@ -115,16 +121,10 @@ bool s3TestausProxyPrivate::lockLine()
 // Gives back every hold of this thread at once.
 void s3TestausProxyPrivate::unlockLine()
 {
-    // A line closed inside another one has given back the outer one's holds too; by then the line may be
-    // another thread's, whose holds are not ours to undo.
-    if (!lineMutex.tryLock())
-        return;
-    {
-        const QMutexLocker lock(&depthMutex);
-        for (; lineDepth != 0; --lineDepth)
-            lineMutex.unlock();
-    }
-    lineMutex.unlock();
+    lineHolder = nullptr;
+    const QMutexLocker lock(&depthMutex);
+    for (; lineDepth != 0; --lineDepth)
+        lineMutex.unlock();
 }
 
 void s3TestausProxyPrivate::write(const QString &text, bool endLine)
