@@ -1,0 +1,13 @@
+#include "platform/systemerror.h"
+
+#include <windows.h>
+
+quint32 lastSystemError()
+{
+    return GetLastError();
+}
+
+void setLastSystemError(quint32 code)
+{
+    SetLastError(code);
+}
