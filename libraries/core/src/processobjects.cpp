@@ -1,5 +1,6 @@
 #include "processobjects.h"
 
+#include "languageobjects.h"
 #include "protocol/messagelog_p.h"
 
 #include <QFile>
@@ -21,10 +22,16 @@ public:
 // constructed behind it can still log when it is destroyed; the crash handler follows what its report
 // reads; the event names come last.
 LogFile logFile;
+LanguageObjects language;
 
 }
 
 QFile &messageLogFile()
 {
     return logFile;
+}
+
+LanguageObjects &languageObjects()
+{
+    return language;
 }

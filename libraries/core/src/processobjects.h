@@ -1,6 +1,7 @@
 #pragma once
 
 class QFile;
+struct LanguageObjects;
 
 // Access to the objects that live as long as the process and whose order of construction is fixed. They
 // are defined in processobjects.cpp and nowhere else, so that no linker decides the order. Each is reached
@@ -10,3 +11,6 @@ class QFile;
 
 // The file of the message log (protocol/messagelog.h), closed between messages.
 [[nodiscard]] QFile &messageLogFile();
+
+// Dictionaries, individual languages and unknown texts (languageobjects.h).
+[[nodiscard]] LanguageObjects &languageObjects();
