@@ -44,11 +44,11 @@ ULONG sendNarrow(MapiPlatform &platform, const MapiLibrary &mapi, LHANDLE sessio
 ULONG sendThroughSimpleMapi(LHANDLE session, ULONG_PTR uiParam, MapiMessageW *message, FLAGS flags,
                             ULONG reserved)
 {
-    return sendThroughSimpleMapi(systemMapiPlatform(), session, uiParam, message, flags, reserved);
+    return sendThroughMapiPlatform(systemMapiPlatform(), session, uiParam, message, flags, reserved);
 }
 
-ULONG sendThroughSimpleMapi(MapiPlatform &platform, LHANDLE session, ULONG_PTR uiParam, MapiMessageW *message,
-                            FLAGS flags, ULONG reserved)
+ULONG sendThroughMapiPlatform(MapiPlatform &platform, LHANDLE session, ULONG_PTR uiParam,
+                              MapiMessageW *message, FLAGS flags, ULONG reserved)
 {
     const MapiLibrary mapi(platform, platform.loadLibrary("mapi32.dll"_w));
     if (mapi.get() == nullptr)

@@ -16,5 +16,5 @@
                                           FLAGS flags, ULONG reserved);
 
 // The same with the system behind `platform`.
-[[nodiscard]] ULONG sendThroughSimpleMapi(MapiPlatform &platform, LHANDLE session, ULONG_PTR uiParam,
-                                          MapiMessageW *message, FLAGS flags, ULONG reserved);
+[[nodiscard]] ULONG sendThroughMapiPlatform(MapiPlatform &platform, LHANDLE session, ULONG_PTR uiParam,
+                                            MapiMessageW *message, FLAGS flags, ULONG reserved);

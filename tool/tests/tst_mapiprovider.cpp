@@ -43,6 +43,17 @@ void addInstallerValues(FakeMapiPlatform &platform, const QString &key, const QS
     platform.addValue(key, u"MSIComponentID"_s, REG_SZ, registryText(u"{ID}"_s));
 }
 
+// The calls of an installer that is asked in these languages, and knows the component in none.
+QStringList askedIn(const QStringList &languages)
+{
+    QStringList asked;
+    for (const QString &language : languages) {
+        asked.append(u"installer {ID} %1\\NT existing 260"_s.arg(language));
+        asked.append(u"installer {ID} %1 existing 260"_s.arg(language));
+    }
+    return asked;
+}
+
 struct PathResult {
     bool found;
     QString path;
@@ -632,12 +643,7 @@ void TestMapiProvider::providerPathListedLanguages()
     std::array<WCHAR, pathUnits> buffer{};
     QVERIFY(
         !provideProviderPath(platform, "{ID}"_w, {exact.data(), units - 1}, buffer.data(), pathUnits, true));
-    QStringList asked;
-    for (const QString &language : languages) {
-        asked.append(u"installer {ID} %1\\NT existing 260"_s.arg(language));
-        asked.append(u"installer {ID} %1 existing 260"_s.arg(language));
-    }
-    QCOMPARE(platform.callsOf(u"installer"_s), asked);
+    QCOMPARE(platform.callsOf(u"installer"_s), askedIn(languages));
     QVERIFY(platform.callsOf(u"user"_s).isEmpty());
     QCOMPARE(platform.mistakes(), QStringList());
 }
@@ -852,12 +858,7 @@ void TestMapiProvider::installerSources()
     platform.addValue(u"HKCU\\Software\\App"_s, u"Lang"_s, REG_DWORD, registryNumber(11));
     platform.addValue(u"HKCU\\Software\\Office"_s, u"Lang"_s, REG_DWORD, registryNumber(22));
     QCOMPARE(findPath(platform).path, answering.isEmpty() ? u"plain.dll"_s : u"msi.dll"_s);
-    QStringList asked;
-    for (const QString &language : languages) {
-        asked.append(u"installer {ID} %1\\NT existing 260"_s.arg(language));
-        asked.append(u"installer {ID} %1 existing 260"_s.arg(language));
-    }
-    QCOMPARE(platform.callsOf(u"installer"_s), asked);
+    QCOMPARE(platform.callsOf(u"installer"_s), askedIn(languages));
     QCOMPARE(platform.mistakes(), QStringList());
 }
 
@@ -882,12 +883,7 @@ void TestMapiProvider::installerWithoutMemory()
     platform.addValue(u"HKCU\\Software\\App"_s, u"Lang"_s, REG_DWORD, registryNumber(11));
     platform.addValue(u"HKCU\\Software\\Office"_s, u"Lang"_s, REG_DWORD, registryNumber(22));
     QCOMPARE(findPath(platform).path, u"msi.dll"_s);
-    QStringList asked;
-    for (const QString &language : languages) {
-        asked.append(u"installer {ID} %1\\NT existing 260"_s.arg(language));
-        asked.append(u"installer {ID} %1 existing 260"_s.arg(language));
-    }
-    QCOMPARE(platform.callsOf(u"installer"_s), asked);
+    QCOMPARE(platform.callsOf(u"installer"_s), askedIn(languages));
     QCOMPARE(platform.mistakes(), QStringList());
 }
 

@@ -141,7 +141,7 @@ void TestSimpleMapi::addClient(bool supportUtf8)
 
 ULONG TestSimpleMapi::send(FLAGS flags)
 {
-    return sendThroughSimpleMapi(*m_platform, 11, 22, &m_message, flags, 33);
+    return sendThroughMapiPlatform(*m_platform, 11, 22, &m_message, flags, 33);
 }
 
 void TestSimpleMapi::entry_data()
@@ -325,7 +325,7 @@ void TestSimpleMapi::narrowEntryMissing()
 void TestSimpleMapi::nullMessage()
 {
     m_platform->addLibrary(u"mapi32.dll"_s, entries<Library::system>(false, true));
-    QCOMPARE(sendThroughSimpleMapi(*m_platform, 0, 0, nullptr, 1, 0), SUCCESS_SUCCESS);
+    QCOMPARE(sendThroughMapiPlatform(*m_platform, 0, 0, nullptr, 1, 0), SUCCESS_SUCCESS);
     QCOMPARE(calls.size(), 1);
     QVERIFY(calls.first().message == nullptr);
     QCOMPARE(m_platform->mistakes(), QStringList());
