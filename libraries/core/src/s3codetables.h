@@ -1,20 +1,31 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
 // The vocabulary of the type codes by which the ERP server describes a field, as data. s3code.h says what
 // the tests are for.
 
+// The letters that a list of codes begins with, bit 0 for 'A'; codes begin with capital letters.
+[[nodiscard]] constexpr std::uint32_t s3FirstLetters(std::span<const std::u16string_view> codes)
+{
+    std::uint32_t letters = 0;
+    for (const std::u16string_view code : codes)
+        letters |= std::uint32_t(1) << (code.front() - u'A');
+    return letters;
+}
+
 // One test on a code. It holds if the code equals one of `equals`, begins with one of `begins`, or begins
 // with one of `digitBehind` and has a digit right behind that; a code that begins with one of `except`
-// fails in any case.
+// fails in any case. `letters`, worked out of the lists, tells at once that most tests do not hold.
 struct s3CodeTest {
     std::span<const std::u16string_view> equals = {};
     std::span<const std::u16string_view> begins = {};
     std::span<const std::u16string_view> digitBehind = {};
     std::span<const std::u16string_view> except = {};
+    std::uint32_t letters = s3FirstLetters(equals) | s3FirstLetters(begins) | s3FirstLetters(digitBehind);
 };
 
 namespace s3CodeLists
