@@ -1,6 +1,8 @@
 #include "processobjects.h"
 
+#include "languageobjects.h"
 #include "protocol/messagelog_p.h"
+#include "protocol/s3qeventprotocol_p.h"
 
 #include <QFile>
 
@@ -21,10 +23,28 @@ public:
 // constructed behind it can still log when it is destroyed; the crash handler follows what its report
 // reads; the event names come last.
 LogFile logFile;
+LanguageObjects language;
+QHash<int, QString> &names = *new QHash<int, QString>(makeEventNames());
+QSet<int> &ignoredTypes = *new QSet<int>;
 
 }
 
 QFile &messageLogFile()
 {
     return logFile;
+}
+
+LanguageObjects &languageObjects()
+{
+    return language;
+}
+
+QHash<int, QString> &eventNames()
+{
+    return names;
+}
+
+QSet<int> &ignoredEventTypes()
+{
+    return ignoredTypes;
 }

@@ -1,6 +1,11 @@
 #pragma once
 
+#include <QHash>
+#include <QSet>
+#include <QString>
+
 class QFile;
+struct LanguageObjects;
 
 // Access to the objects that live as long as the process and whose order of construction is fixed. They
 // are defined in processobjects.cpp and nowhere else, so that no linker decides the order. Each is reached
@@ -10,3 +15,11 @@ class QFile;
 
 // The file of the message log (protocol/messagelog.h), closed between messages.
 [[nodiscard]] QFile &messageLogFile();
+
+// The names of events (protocol/s3qeventprotocol.h) by QEvent::Type, and the types that the event protocol
+// leaves out. Both outlive the static objects: an event may get its type while the process ends.
+[[nodiscard]] QHash<int, QString> &eventNames();
+[[nodiscard]] QSet<int> &ignoredEventTypes();
+
+// Dictionaries, individual languages and unknown texts (languageobjects.h).
+[[nodiscard]] LanguageObjects &languageObjects();

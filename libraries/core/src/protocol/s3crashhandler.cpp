@@ -1,12 +1,46 @@
 #include "protocol/s3crashhandler.h"
 
-#include <cstdio>
+#include "error/s3exception.h"
+#include "platform/standarderror.h"
+#include "s3testflags.h"
+
 #include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+// The words for what did not hold, none for a place that must not be reached.
+QString brokenCondition(const QString &condition)
+{
+    if (condition.isEmpty() || condition == "false"_L1)
+        return QString();
+    return u"Bedingung nicht erfuellt\n%1\n"_s.arg(condition);
+}
+
+QString failureLocation(quint32 code, const QString &file, int line, const QString &function)
+{
+    QString location
+        = u"Fehlernummer -%1: in %2:%3"_s.arg(QString::number(code), file, QString::number(line));
+    if (!function.isEmpty())
+        location += u" in %1()"_s.arg(function);
+    return location;
+}
+
+}
 
 void s3CrashHandler::assertFailed(quint32 code, const char *condition, const QString &text, const char *file,
                                   int line, const char *function)
 {
-    std::fprintf(stderr, "Fehlernummer -%u: %s in %s:%d in %s() %s\n", code, condition ? condition : "",
-                 file ? file : "", line, function ? function : "", text.toUtf8().constData());
-    std::abort();
+    const QString conditionWords = brokenCondition(QString::fromUtf8(condition));
+    const QString location
+        = failureLocation(code, QString::fromUtf8(file), line, QString::fromUtf8(function));
+    const QString message = u'\n' + conditionWords + location + u'\n' + text + u'\n';
+    if (s3TestFlagsInstance()->contains(191))
+        throw s3Exception(message);
+
+    platform::writeToStandardError(message);
+    // Not abort(): a Windows run time shows a box of its own there, which nobody may be around to see.
+    std::_Exit(-1);
 }

@@ -8,6 +8,20 @@
 
 #include <utility>
 
+// A trace site without a flag of its own: prints one line whenever an application object exists and the
+// trace has an output. `buildText` is called only with an application and gives a QString or an
+// s3TraceText.
+template <class BuildText> inline void s3TraceAlways(BuildText &&buildText)
+{
+    if (QCoreApplication::instance() == nullptr)
+        return;
+    const auto text = std::forward<BuildText>(buildText)();
+    if constexpr (requires { text.text(); })
+        s3TestausProxy::instance()->print(text.text(), true);
+    else
+        s3TestausProxy::instance()->print(text, true);
+}
+
 // One trace site: prints one line when the test flag `flag` is on and an application object exists.
 // `buildText` is called only then and gives a QString or an s3TraceText, so a silent site builds no
 // string and costs one read and one emptiness test:
@@ -15,11 +29,6 @@
 //     s3Trace(226, [&] { return s3TraceText(u"s3Dir::setCurrent"_s).argument(u"path"_s, path); });
 template <class BuildText> inline void s3Trace(qint32 flag, BuildText &&buildText)
 {
-    if (!s3TestFlagsInstance()->contains(flag) || QCoreApplication::instance() == nullptr)
-        return;
-    const auto text = std::forward<BuildText>(buildText)();
-    if constexpr (requires { text.text(); })
-        s3TestausProxy::instance()->print(text.text(), true);
-    else
-        s3TestausProxy::instance()->print(text, true);
+    if (s3TestFlagsInstance()->contains(flag)) [[unlikely]]
+        s3TraceAlways(std::forward<BuildText>(buildText));
 }

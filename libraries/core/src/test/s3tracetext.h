@@ -21,6 +21,9 @@ public:
     // ` name=nullptr`.
     s3TraceText &pointer(const QString &name, const void *value);
 
+    // Appends `text` as it is.
+    s3TraceText &append(const QString &text);
+
     [[nodiscard]] QString text() const { return m_text; }
 
 private:

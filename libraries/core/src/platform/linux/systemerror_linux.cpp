@@ -1,13 +1,24 @@
 #include "platform/systemerror.h"
 
 #include <cerrno>
+#include <cstring>
 
-quint32 lastSystemError()
+namespace platform
 {
-    return quint32(errno);
+
+int lastSystemError()
+{
+    return errno;
 }
 
-void setLastSystemError(quint32 code)
+void setLastSystemError(int number)
 {
-    errno = int(code);
+    errno = number;
+}
+
+bool knowsSystemError(int number)
+{
+    return strerrordesc_np(number) != nullptr;
+}
+
 }

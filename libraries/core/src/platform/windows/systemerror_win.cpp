@@ -2,12 +2,22 @@
 
 #include <windows.h>
 
-quint32 lastSystemError()
+namespace platform
 {
-    return GetLastError();
+
+int lastSystemError()
+{
+    return static_cast<int>(GetLastError());
 }
 
-void setLastSystemError(quint32 code)
+void setLastSystemError(int number)
 {
-    SetLastError(code);
+    SetLastError(static_cast<DWORD>(number));
+}
+
+bool knowsSystemError(int)
+{
+    return true; // its text is empty for a number that it does not know
+}
+
 }

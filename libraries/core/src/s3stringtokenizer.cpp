@@ -1,0 +1,126 @@
+#include "s3stringtokenizer.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+// Whether `list` inside the brackets of a character class stands for just its characters.
+bool isPlainList(const QString &list)
+{
+    if (list.isEmpty() || list.front() == u'^')
+        return false;
+    return std::none_of(list.cbegin(), list.cend(), [](QChar ch) {
+        return ch == u'\\' || ch == u'[' || ch == u']' || ch == u'-' || ch.isSurrogate();
+    });
+}
+
+// `text` with a replacement character for each half of a surrogate pair that stands alone: the matching
+// engine refuses a text with such halves as a whole, and the positions must stay.
+QString wellFormed(const QString &text)
+{
+    if (text.isValidUtf16())
+        return text;
+    QString result = text;
+    for (qsizetype i = 0; i < result.size(); ++i) {
+        if (!result.at(i).isSurrogate())
+            continue;
+        if (result.at(i).isHighSurrogate() && i + 1 < result.size() && result.at(i + 1).isLowSurrogate())
+            ++i;
+        else
+            result[i] = QChar(QChar::ReplacementCharacter);
+    }
+    return result;
+}
+
+}
+
+s3StringTokenizer::Delimiters::Delimiters(const QString &list)
+{
+    if (!isPlainList(list)) {
+        expressions.emplace(
+            Expressions{QRegularExpression(u"[^"_s + list + u']'), QRegularExpression(u'[' + list + u']')});
+        return;
+    }
+    for (const QChar ch : list) {
+        if (ch.unicode() < ascii.size())
+            ascii[ch.unicode()] = true;
+        else
+            others += ch;
+    }
+}
+
+bool s3StringTokenizer::Delimiters::contains(char16_t unit) const
+{
+    return unit < ascii.size() ? ascii[unit] : !others.isEmpty() && others.contains(QChar(unit));
+}
+
+s3StringTokenizer::s3StringTokenizer(const QString &text, const QString &delimiters, bool trim)
+    : m_text(text), m_trim(trim), m_delimiters(delimiters)
+{
+}
+
+QString &s3StringTokenizer::next(const QString &delimiters)
+{
+    m_token.clear();
+    if (m_position >= m_text.size())
+        return m_token;
+    std::optional<Delimiters> own;
+    if (!delimiters.isEmpty())
+        own.emplace(delimiters);
+    const Delimiters &active = own.has_value() ? *own : m_delimiters;
+    const qsizetype start = find(active, m_position, false);
+    if (start < 0) {
+        m_position = m_text.size();
+        return m_token;
+    }
+    const qsizetype end = find(active, start, true);
+    m_position = end < 0 ? m_text.size() : end;
+    setToken(start, m_position);
+    return m_token;
+}
+
+QString &s3StringTokenizer::rest()
+{
+    m_token.clear();
+    if (m_position < m_text.size()) {
+        const qsizetype start = find(m_delimiters, m_position, false);
+        if (start >= 0)
+            setToken(start, m_text.size());
+    }
+    return m_token;
+}
+
+qsizetype s3StringTokenizer::find(const Delimiters &delimiters, qsizetype from, bool delimiter)
+{
+    if (delimiters.isPlain()) {
+        const char16_t *units
+            = m_text.utf16() == nullptr ? nullptr : reinterpret_cast<const char16_t *>(m_text.utf16());
+        const qsizetype size = m_text.size();
+        for (qsizetype i = from; i < size; ++i) {
+            if (delimiters.contains(units[i]) == delimiter)
+                return i;
+        }
+        return -1;
+    }
+    const QRegularExpression &expression
+        = delimiter ? delimiters.expressions->delimiter : delimiters.expressions->nonDelimiter;
+    if (!expression.isValid())
+        return -1;
+    if (m_subject.isNull())
+        m_subject = wellFormed(m_text);
+    // The subject is checked already, once; a check per token would make a scan quadratic.
+    return expression
+        .match(m_subject, from, QRegularExpression::NormalMatch,
+               QRegularExpression::DontCheckSubjectStringMatchOption)
+        .capturedStart();
+}
+
+void s3StringTokenizer::setToken(qsizetype start, qsizetype end)
+{
+    m_token = m_text.sliced(start, end - start);
+    if (m_trim)
+        m_token.trimBlanks();
+}

@@ -1,0 +1,170 @@
+#include "error/s3exception.h"
+#include "ostrelletest/childrun.h"
+#include "ostrelletest/thrownmessage.h"
+#include "protocol/s3assert.h"
+#include "protocol/s3crashhandler.h"
+
+#include <QTest>
+
+#include <cstdio>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+class TestCrashHandler final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void exceptionHoldsUtf8();
+    void flag191Throws_data();
+    void flag191Throws();
+    void assertionFormIsSilentWhenItHolds();
+    void assertionFormNamesItsSite();
+    void assertionFormWithText();
+    void withoutTheFlagTheProcessEnds_data();
+    void withoutTheFlagTheProcessEnds();
+};
+
+void TestCrashHandler::exceptionHoldsUtf8()
+{
+    const s3Exception original(u"größer €"_s);
+    const s3Exception copy(original);
+    QCOMPARE(QByteArray(original.what()), "größer €"_ba);
+    QCOMPARE(QByteArray(copy.what()), "größer €"_ba);
+    QCOMPARE(QByteArray(s3Exception(QString()).what()), QByteArray(""));
+}
+
+void TestCrashHandler::flag191Throws_data()
+{
+    QTest::addColumn<quint32>("code");
+    QTest::addColumn<QByteArray>("condition");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<QByteArray>("function");
+    QTest::addColumn<QByteArray>("message");
+
+    const QByteArray file = "libraries/core/src/s3x";
+    QTest::newRow("condition, no text")
+        << 1111u << "c"_ba << QString() << file << 67 << "f"_ba
+        << "\nBedingung nicht erfuellt\nc\nFehlernummer -1111: in libraries/core/src/s3x:67 in f()\n\n"_ba;
+    QTest::newRow("the condition false is not shown")
+        << 201u << "false"_ba << u"try/catch"_s << file << 1 << "s3CrashHandler::debugTryCatch"_ba
+        << "\nFehlernummer -201: in libraries/core/src/s3x:1 in s3CrashHandler::debugTryCatch()\ntry/catch\n"_ba;
+    QTest::newRow("only false in lower case is left out")
+        << 1111u << "FALSE"_ba << QString() << file << 1 << "f"_ba
+        << "\nBedingung nicht erfuellt\nFALSE\nFehlernummer -1111: in libraries/core/src/s3x:1 in f()\n\n"_ba;
+    QTest::newRow("empty condition") << 1111u << ""_ba << QString() << file << 2 << "f"_ba
+                                     << "\nFehlernummer -1111: in libraries/core/src/s3x:2 in f()\n\n"_ba;
+    QTest::newRow("empty function")
+        << 1111u << "c"_ba << QString() << file << 3 << ""_ba
+        << "\nBedingung nicht erfuellt\nc\nFehlernummer -1111: in libraries/core/src/s3x:3\n\n"_ba;
+    QTest::newRow("null strings") << 1111u << QByteArray() << QString() << QByteArray() << 0 << QByteArray()
+                                  << "\nFehlernummer -1111: in :0\n\n"_ba;
+    QTest::newRow("text behind the place")
+        << 1111u << "m_runFinished == true"_ba << u"Kein runFinish() Aufruf"_s << file << 4 << "f"_ba
+        << "\nBedingung nicht erfuellt\nm_runFinished == true\nFehlernummer -1111: in "
+           "libraries/core/src/s3x:4 in f()\nKein runFinish() Aufruf\n"_ba;
+    QTest::newRow("UTF-8 everywhere")
+        << 1111u << "größe > 0"_ba << u"größer €"_s << "ö.cpp"_ba << 5 << "ä"_ba
+        << "\nBedingung nicht erfuellt\ngröße > 0\nFehlernummer -1111: in ö.cpp:5 in ä()\ngrößer €\n"_ba;
+    QTest::newRow("percent signs stay")
+        << 1111u << "%2"_ba << u"%1"_s << "%3"_ba << 6 << "%1"_ba
+        << "\nBedingung nicht erfuellt\n%2\nFehlernummer -1111: in %3:6 in %1()\n%1\n"_ba;
+    QTest::newRow("code is unsigned, line is not")
+        << std::numeric_limits<quint32>::max() << "c"_ba << QString() << file << -1 << "f"_ba
+        << "\nBedingung nicht erfuellt\nc\nFehlernummer -4294967295: in libraries/core/src/s3x:-1 in f()\n\n"_ba;
+}
+
+void TestCrashHandler::flag191Throws()
+{
+    QFETCH(quint32, code);
+    QFETCH(QByteArray, condition);
+    QFETCH(QString, text);
+    QFETCH(QByteArray, file);
+    QFETCH(int, line);
+    QFETCH(QByteArray, function);
+    QFETCH(QByteArray, message);
+    const auto cString = [](const QByteArray &bytes) {
+        return bytes.isNull() ? nullptr : bytes.constData();
+    };
+
+    const QString thrown = thrownMessage([&] {
+        s3CrashHandler::assertFailed(code, cString(condition), text, cString(file), line, cString(function));
+    });
+    QCOMPARE(thrown.toUtf8(), message);
+}
+
+void TestCrashHandler::assertionFormIsSilentWhenItHolds()
+{
+    QCOMPARE(thrownMessage([] { s3Assert(true, "true", "file", "function"); }), QString());
+    s3Assert(true, "true", "file", "function"); // without the flag it would end this program
+}
+
+void TestCrashHandler::assertionFormNamesItsSite()
+{
+    int line = 0;
+    const QString thrown = thrownMessage([&] {
+        line = __LINE__ + 1;
+        s3Assert(line == 0, "line == 0", "libraries/core/tests/x", "Test::f");
+    });
+    QCOMPARE(
+        thrown,
+        u"\nBedingung nicht erfuellt\nline == 0\nFehlernummer -1111: in libraries/core/tests/x:%1 in Test::f()\n\n"_s
+            .arg(line));
+}
+
+void TestCrashHandler::assertionFormWithText()
+{
+    const QString thrown = thrownMessage([&] { s3Assert(false, "c", "file", "f", u"Erklärung"_s, 12); });
+    QCOMPARE(thrown, u"\nBedingung nicht erfuellt\nc\nFehlernummer -1111: in file:12 in f()\nErklärung\n"_s);
+}
+
+void TestCrashHandler::withoutTheFlagTheProcessEnds_data()
+{
+    QTest::addColumn<QString>("part");
+    QTest::addColumn<QByteArray>("words");
+
+    QTest::newRow("a condition that does not hold")
+        << u"condition"_s << "Bedingung nicht erfuellt\n1 == 2\nFehlernummer -1111: in file:7 in f()\n"_ba;
+    QTest::newRow("a place not to be reached")
+        << u"notReached"_s << "Fehlernummer -201: in file:8 in f()\n"_ba;
+}
+
+void TestCrashHandler::withoutTheFlagTheProcessEnds()
+{
+    QFETCH(QString, part);
+    QFETCH(QByteArray, words);
+    const ChildRun run = runChild(part);
+    QVERIFY(run.ended);
+    QVERIFY2(isMinusOne(run.exitCode), QByteArray::number(run.exitCode).constData());
+    QVERIFY2(run.standardError.contains(words), run.standardError.constData());
+    QVERIFY(run.standardOutput.isEmpty()); // nothing behind the assertion was reached
+}
+
+namespace
+{
+
+int runPart(const QString &part)
+{
+    if (part == u"condition"_s)
+        s3Assert(false, "1 == 2", "file", "f", QString(), 7);
+    else if (part == u"notReached"_s)
+        s3CrashHandler::assertFailed(s3CrashHandler::NotReached, "false", QString(), "file", 8, "f");
+    std::puts("still here");
+    return 0;
+}
+
+}
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    if (const QString part = childPart(argc, argv); !part.isEmpty())
+        return runPart(part);
+    TestCrashHandler test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_s3crashhandler.moc"
