@@ -6,10 +6,10 @@ namespace platform
 {
 
 // The number of the calling thread's last failed system call: GetLastError() on Windows, errno on Linux.
-[[nodiscard]] int lastSystemError();
+[[nodiscard]] quint32 lastSystemError();
 
 // Whether the system has words for the number. Qt's qt_error_string gives "Unknown error ..." on Linux
 // where Windows gives nothing.
-[[nodiscard]] bool knowsSystemError(int number);
+[[nodiscard]] bool knowsSystemError(quint32 number);
 
 }

@@ -6,14 +6,14 @@
 namespace platform
 {
 
-int lastSystemError()
+quint32 lastSystemError()
 {
-    return errno;
+    return static_cast<quint32>(errno);
 }
 
-bool knowsSystemError(int number)
+bool knowsSystemError(quint32 number)
 {
-    return strerrordesc_np(number) != nullptr;
+    return strerrordesc_np(static_cast<int>(number)) != nullptr;
 }
 
 }

@@ -5,12 +5,12 @@
 namespace platform
 {
 
-int lastSystemError()
+quint32 lastSystemError()
 {
-    return static_cast<int>(GetLastError());
+    return GetLastError();
 }
 
-bool knowsSystemError(int)
+bool knowsSystemError(quint32)
 {
     return true; // its text is empty for a number that it does not know
 }
