@@ -151,7 +151,7 @@ QStringList MailParameters::attachments() const
 
 QString MailParameters::bodyFile() const
 {
-    const QString path = value(u"BODYFILE"_s, QString());
+    QString path = value(u"BODYFILE"_s, QString());
     if (path.isEmpty() || !s3FileInfo(path).isRelative())
         return path;
     return s3Dir(s3FileInfo(fileName()).path()).absoluteFilePath(path);

@@ -3,19 +3,20 @@
 #include "platform/display.h"
 #include "platform/standarderror.h"
 #include "protocol/s3logfilestream.h"
+#include "s3basicbox_p.h"
 #include "s3basicboxwin.h"
 #include "s3testflags.h"
 #include "s3translate.h"
 #include "s3whitelabel.h"
 #include "test/s3trace.h"
 
-#include <QCoreApplication>
 #include <QLabel>
 #include <QResizeEvent>
 #include <QScreen>
 #include <QStyle>
 #include <QTextDocument>
 #include <QTextDocumentFragment>
+#include <QTextStream>
 #include <QWindow>
 
 #include <algorithm>
@@ -28,12 +29,9 @@ namespace
 
 QString defaultTitle()
 {
-    const s3WhiteLabel *whiteLabel = s3WhiteLabelInstance();
-    if (whiteLabel->isActive())
-        return whiteLabel->defaultWindowTitle();
-    const QString title = s3Translate(u"Zerk"_s);
-    // The mark of a text that the dictionary does not know must never reach the title bar.
-    return title.startsWith("*** "_L1) ? qAppName() : title;
+    const s3WhiteLabel *brand = s3WhiteLabelInstance();
+    return s3DefaultBoxTitle(brand->isActive(), brand->defaultWindowTitle(),
+                             [](const QString &text) { return s3Translate(text); });
 }
 
 // The answer of a box that nobody can answer. QMessageBox puts an Ok button into an empty set, and Ok
@@ -90,8 +88,11 @@ int s3BasicBox::show(QMessageBox::Icon icon, const QString &title, const QString
             .argument(u"text"_s, text);
     });
 
-    if (icon == Critical && s3LogFileStream::isOpen(u"error"_s))
+    const QString errorStream = u"error"_s;
+    if (icon == Critical && s3LogFileStream::isOpen(errorStream)) {
+        *s3LogFileStream::stream(errorStream) << u"s3BasicBox::show"_s << u"(): "_s << text << Qt::endl;
         return 0;
+    }
     if (fatal)
         return s3BasicBoxWin::show(icon, myTitle, text, buttons, defaultButton);
     if (!platform::screenAvailable()) {

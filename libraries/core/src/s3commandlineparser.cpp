@@ -31,8 +31,9 @@ int s3CommandLineParser::parse(const QStringList &arguments, QString &error)
 
 QString s3CommandLineParser::helpText() const
 {
+    // The second wording is that of Qt 6.8.
     static const QRegularExpression helpAllLine(
-        u" *--help-all  *Displays help including Qt specific options\\.\n"_s);
+        u" *--help-all  *Displays help(?: including Qt specific options|, including generic Qt options)\\.\n"_s);
     return QCommandLineParser::helpText().remove(helpAllLine);
 }
 

@@ -33,6 +33,7 @@ public:
     [[nodiscard]] bool operator!=(const s3FileInfo &other) const { return !(*this == other); }
 
     // The path with its last suffix replaced by `suffix` (without point); an empty one takes the suffix
-    // and its point away. "dir/a.tar.gz" with "zip" is "dir/a.tar.zip".
+    // and its point away. "dir/a.tar.gz" with "zip" is "dir/a.tar.zip". A name that is nothing but suffix
+    // leaves the directory's name to take the new one: "dir/.profile" with "bak" is "dir.bak".
     [[nodiscard]] QString withSuffix(const QString &suffix) const;
 };

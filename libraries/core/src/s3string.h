@@ -190,8 +190,8 @@ public:
                                    Qt::CaseSensitivity cs = Qt::CaseSensitive) const;
 
     // The position of `word` at or behind `from`, -1 when there is none. `wholeWord` passes over hits
-    // with a word character (s3Char::isWordCharacter) on either side, except for a hit of which only the
-    // last character of the string is left to search: that one is the result as it is.
+    // with a word character (s3Char::isWordCharacter) on either side, except for a hit on the last
+    // character of the string: nothing is left to search behind it, and it is the result as it is.
     [[nodiscard]] qint64 indexOfWord(const QString &word, qint64 from = 0, bool caseSensitive = true,
                                      bool wholeWord = false) const;
 

@@ -74,13 +74,13 @@ s3String s3String::lines(int first, int last, bool keepLineEnd) const
         return {};
     qsizetype start = 0;
     qsizetype end = size() - 1;
-    int line = 1;
+    qint64 line = 1;
     for (qsizetype feed = indexOf(u'\n'); feed >= 0; feed = indexOf(u'\n', feed + 1), ++line) {
         if (line == last) {
             end = feed - 1;
             break;
         }
-        if (line == first - 1)
+        if (line + 1 == first)
             start = feed + 1;
     }
     if (end < start)

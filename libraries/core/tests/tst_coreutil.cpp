@@ -1,12 +1,13 @@
 #include "coreutil.h"
 
 #include "coreutil_p.h"
-#include "lastsystemerror.h"
+#include "knownsystemerror.h"
 #include "ostrelletest/childrun.h"
 #include "ostrelletest/scopedcurrentdir.h"
 #include "ostrelletest/scopedtestflag.h"
 #include "ostrelletest/thrownmessage.h"
 #include "ostrelletest/tracerecorder.h"
+#include "platform/systemerror.h"
 
 #include <QDir>
 #include <QFile>

@@ -2,14 +2,13 @@
 
 #include <QtGlobal>
 
-namespace platform
-{
-
-// The number of the calling thread's last failed system call: GetLastError() on Windows, errno on Linux.
+// The number of the last failed call into the operating system on this thread: GetLastError of Windows,
+// errno of POSIX. It is only meaningful right after the failure; the words for it are qt_error_string's.
 [[nodiscard]] quint32 lastSystemError();
 
-// Whether the system has words for the number. Qt's qt_error_string gives "Unknown error ..." on Linux
-// where Windows gives nothing.
-[[nodiscard]] bool knowsSystemError(quint32 number);
+// Sets that number, to keep it across other calls.
+void setLastSystemError(quint32 code);
 
-}
+// Whether the system has words for `code`: for a number that it does not know qt_error_string makes some up on
+// Linux ("Unknown error 1234"), where Windows gives none.
+[[nodiscard]] bool knowsSystemError(quint32 code);

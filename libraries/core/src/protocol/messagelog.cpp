@@ -52,7 +52,7 @@ void messageHandler(QtMsgType type, const QMessageLogContext &context, const QSt
 // and a stream refers to its category's name until it is written.
 const QLoggingCategory &registeredCategory(const char *name)
 {
-    static QMutex mutex;
+    static auto &mutex = *new QMutex;
     static auto &categories = *new std::vector<const QLoggingCategory *>;
     const QMutexLocker lock(&mutex);
     for (const QLoggingCategory *category : categories) {
@@ -65,8 +65,11 @@ const QLoggingCategory &registeredCategory(const char *name)
 
 const QLoggingCategory &logCategoryObject()
 {
-    const QLoggingCategory *const category = currentCategory.load(std::memory_order_acquire);
-    return category != nullptr ? *category : *QLoggingCategory::defaultCategory();
+    if (const QLoggingCategory *const category = currentCategory.load(std::memory_order_acquire))
+        return *category;
+    // Not QLoggingCategory::defaultCategory(), which is null once Qt's static objects are gone.
+    static const QLoggingCategory &defaultCategory = registeredCategory("default");
+    return defaultCategory;
 }
 
 QMessageLogger withoutPosition()

@@ -90,10 +90,11 @@ struct Box {
     unsigned int style;
 };
 
-// How a helper ended: its exit code and what it printed.
+// How a helper ended: its exit code and the beginnings of what it printed.
 struct Ending {
     int exitCode;
     QByteArray output;
+    QByteArray errors;
 };
 
 // One program that can show a box. `arguments` begins behind the program's name; `result` is the
@@ -203,7 +204,6 @@ int kdialogResult(const Ending &ending, unsigned int style)
 
 // Added to a button's identifier, as xmessage itself ends with 0 and 1.
 constexpr int xmessageOffset = 100;
-constexpr int xmessageClosed = 0;
 
 QStringList xmessageArguments(const Box &box)
 {
@@ -228,8 +228,9 @@ QStringList xmessageArguments(const Box &box)
 int xmessageResult(const Ending &ending, unsigned int style)
 {
     const ButtonSet &set = buttonSet(style);
-    if (ending.exitCode == xmessageClosed)
-        return set.closed;
+    // 1 is a closed window as well as a display that cannot be opened; the X toolkit tells of the latter.
+    if (ending.exitCode == 0 || ending.exitCode == 1)
+        return ('\n' + ending.errors).contains("\nError:") ? 0 : set.closed;
     const int result = ending.exitCode - xmessageOffset;
     return result > 0 && (result == set.affirmative || result == set.negative || result == set.closed)
         ? result
@@ -315,13 +316,15 @@ std::optional<Ending> run(const QString &program, const QStringList &arguments, 
     const QList<char *> environmentVector = nullTerminated(environmentTexts);
     const MemoryFile inputFile(input);
     const MemoryFile outputFile{QByteArray()};
-    if (inputFile.descriptor() < 0 || outputFile.descriptor() < 0)
+    const MemoryFile errorFile{QByteArray()};
+    if (inputFile.descriptor() < 0 || outputFile.descriptor() < 0 || errorFile.descriptor() < 0)
         return std::nullopt;
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, inputFile.descriptor(), STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, outputFile.descriptor(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errorFile.descriptor(), STDERR_FILENO);
     // A crash handler may have signals blocked; the helper starts with none of them.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
@@ -344,7 +347,7 @@ std::optional<Ending> run(const QString &program, const QStringList &arguments, 
     } while (ended < 0 && errno == EINTR);
     if (ended != child || !WIFEXITED(status))
         return std::nullopt;
-    return Ending{WEXITSTATUS(status), outputFile.content()};
+    return Ending{WEXITSTATUS(status), outputFile.content(), errorFile.content()};
 }
 
 // The first `length` code units, without half a surrogate pair at the end.

@@ -3,17 +3,17 @@
 #include <cerrno>
 #include <cstring>
 
-namespace platform
-{
-
 quint32 lastSystemError()
 {
-    return static_cast<quint32>(errno);
+    return quint32(errno);
 }
 
-bool knowsSystemError(quint32 number)
+void setLastSystemError(quint32 code)
 {
-    return strerrordesc_np(static_cast<int>(number)) != nullptr;
+    errno = int(code);
 }
 
+bool knowsSystemError(quint32 code)
+{
+    return strerrordesc_np(int(code)) != nullptr;
 }

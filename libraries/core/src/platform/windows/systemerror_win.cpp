@@ -2,17 +2,17 @@
 
 #include <windows.h>
 
-namespace platform
-{
-
 quint32 lastSystemError()
 {
     return GetLastError();
 }
 
-bool knowsSystemError(quint32)
+void setLastSystemError(quint32 code)
 {
-    return true; // its text is empty for a number that it does not know
+    SetLastError(code);
 }
 
+bool knowsSystemError(quint32)
+{
+    return true; // its text is empty otherwise
 }
