@@ -56,7 +56,7 @@ std::vector<std::string> commandDirectories()
 
 std::string userDataDirectory()
 {
-    const std::string data = environmentVariable("XDG_DATA_HOME").value_or(std::string());
+    std::string data = environmentVariable("XDG_DATA_HOME").value_or(std::string());
     if (isAbsolute(data))
         return data;
     std::string home = environmentVariable("HOME").value_or(std::string());

@@ -141,7 +141,7 @@ private:
 
 std::string Outbox::defaultDirectory()
 {
-    const std::string configured = environmentVariable("OSTRELLE_OUTBOX").value_or(std::string());
+    std::string configured = environmentVariable("OSTRELLE_OUTBOX").value_or(std::string());
     if (configured.empty())
         return userDataDirectory() + "/ostrelle/outbox";
     if (configured.front() != '/')

@@ -48,7 +48,7 @@ FileDescriptor unnamedFile()
 
 std::optional<std::string> findSendmail()
 {
-    if (const auto configured = environmentVariable("OSTRELLE_SENDMAIL")) {
+    if (auto configured = environmentVariable("OSTRELLE_SENDMAIL")) {
         if (configured->empty())
             return {};
         if (configured->front() != '/' || !isExecutable(*configured))

@@ -81,7 +81,7 @@ std::string utf8FromCharset(std::string_view text, const char *charset)
 {
     if (text.empty())
         return {};
-    const GIConv converter = g_iconv_open("UTF-8", charset);
+    GIConv converter = g_iconv_open("UTF-8", charset);
     if (converter == reinterpret_cast<GIConv>(-1)) // NOLINT(performance-no-int-to-ptr): iconv's mark
         return validUtf8(text);
 

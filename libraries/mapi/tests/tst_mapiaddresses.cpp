@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
 using namespace std::string_literals;
 using Mailboxes = std::vector<mapi::Mailbox>;
 
@@ -186,6 +190,10 @@ void TestMapiAddresses::refused_data()
 void TestMapiAddresses::refused()
 {
     QFETCH(std::string, text);
+#ifdef __SANITIZE_ADDRESS__
+    // GMime 3.2 loses some 200 bytes itself when an address is followed by a stray bracket.
+    const __lsan::ScopedDisabler foreignLeaks;
+#endif
     QCOMPARE(outcomeOf([&] { return mapi::parseAddresses(text); }), std::to_string(MAPI_E_INVALID_RECIPS));
 }
 
