@@ -3,20 +3,90 @@
 #include "s3stringtokenizer.h"
 
 #include <algorithm>
+#include <cstring>
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
+// The carriage returns and line feeds of a text, one after the other. Each of the two is looked for with
+// its own search, so that a text with few or none of one kind is passed over at full speed.
+class LineEndCursor
+{
+public:
+    explicit LineEndCursor(const QString &text)
+        : m_text(text), m_return(find(u'\r', 0)), m_feed(find(u'\n', 0))
+    {
+    }
+
+    // The position of the next of both, the length of the text behind the last one.
+    [[nodiscard]] qsizetype position() const { return std::min(m_return, m_feed); }
+    [[nodiscard]] bool atFeed() const { return m_feed < m_return; }
+    void advance()
+    {
+        if (atFeed())
+            m_feed = find(u'\n', m_feed + 1);
+        else
+            m_return = find(u'\r', m_return + 1);
+    }
+
+private:
+    [[nodiscard]] qsizetype find(QChar ch, qsizetype from) const
+    {
+        const qsizetype found = m_text.indexOf(ch, from);
+        return found < 0 ? m_text.size() : found;
+    }
+
+    QStringView m_text;
+    qsizetype m_return;
+    qsizetype m_feed;
+};
+
+// The length of `text` without carriage returns and with `feedLength` units for each line feed.
+qsizetype lengthWithLineEnds(const QString &text, qsizetype feedLength)
+{
+    qsizetype result = text.size();
+    for (LineEndCursor cursor(text); cursor.position() < text.size(); cursor.advance())
+        result += cursor.atFeed() ? feedLength - 1 : -1;
+    return result;
+}
+
+}
+
 s3String &s3String::replaceLineEnds(const QString &replacement)
 {
-    remove(u'\r');
-    if (contains(u'\n')) {
-        if (replacement.size() == 1) {
-            if (replacement.front() != u'\n')
-                replace(u'\n', replacement.front());
-        } else {
-            replace(u"\n"_s, replacement);
-        }
+    const qsizetype feedLength = replacement.size();
+    const bool feedStays = feedLength == 1 && replacement.front() == u'\n';
+    if (!contains(u'\r') && (feedStays || !contains(u'\n')))
+        return *this;
+    // One pass. A text that does not grow is put together in its own buffer if it is nobody else's: the
+    // place of writing is never before the place of reading.
+    const bool inPlace = feedLength <= 1 && isDetached();
+    QString other;
+    if (!inPlace)
+        other = QString(feedLength <= 1 ? size() : lengthWithLineEnds(*this, feedLength), Qt::Uninitialized);
+    QChar *const begin = inPlace ? data() : other.data();
+    QChar *out = begin;
+    const QChar *const in = constData();
+    qsizetype copied = 0;
+    for (LineEndCursor cursor(*this);; cursor.advance()) {
+        const qsizetype position = cursor.position();
+        const auto length = size_t(position - copied);
+        // Text before the first change in its own buffer is where it belongs.
+        if (out != in + copied)
+            std::memmove(out, in + copied, length * sizeof(QChar));
+        out += length;
+        if (position == size())
+            break;
+        copied = position + 1;
+        if (cursor.atFeed())
+            out = std::copy(replacement.cbegin(), replacement.cend(), out);
     }
+    const qsizetype length = out - begin;
+    if (!inPlace)
+        QString::swap(other);
+    truncate(length);
     return *this;
 }
 

@@ -64,7 +64,7 @@ s3StringTokenizer::s3StringTokenizer(const QString &text, const QString &delimit
 
 QString &s3StringTokenizer::next(const QString &delimiters)
 {
-    m_token.clear();
+    clearToken();
     if (m_position >= m_text.size())
         return m_token;
     std::optional<Delimiters> own;
@@ -84,7 +84,7 @@ QString &s3StringTokenizer::next(const QString &delimiters)
 
 QString &s3StringTokenizer::rest()
 {
-    m_token.clear();
+    clearToken();
     if (m_position < m_text.size()) {
         const qsizetype start = find(m_delimiters, m_position, false);
         if (start >= 0)
@@ -96,8 +96,7 @@ QString &s3StringTokenizer::rest()
 qsizetype s3StringTokenizer::find(const Delimiters &delimiters, qsizetype from, bool delimiter)
 {
     if (delimiters.isPlain()) {
-        const char16_t *units
-            = m_text.utf16() == nullptr ? nullptr : reinterpret_cast<const char16_t *>(m_text.utf16());
+        const auto *units = reinterpret_cast<const char16_t *>(m_text.constData());
         const qsizetype size = m_text.size();
         for (qsizetype i = from; i < size; ++i) {
             if (delimiters.contains(units[i]) == delimiter)
@@ -120,7 +119,16 @@ qsizetype s3StringTokenizer::find(const Delimiters &delimiters, qsizetype from, 
 
 void s3StringTokenizer::setToken(qsizetype start, qsizetype end)
 {
-    m_token = m_text.sliced(start, end - start);
+    // The buffer of the token before serves again unless somebody keeps that token.
+    m_token.append(QStringView(m_text).sliced(start, end - start));
     if (m_trim)
         m_token.trimBlanks();
+}
+
+void s3StringTokenizer::clearToken()
+{
+    if (m_token.isDetached())
+        m_token.resize(0);
+    else
+        m_token.clear();
 }

@@ -54,6 +54,8 @@ private:
     // The first position at or behind `from` with a character that is, or is not, one of `delimiters`;
     // -1 when there is none.
     [[nodiscard]] qsizetype find(const Delimiters &delimiters, qsizetype from, bool delimiter);
+    void clearToken();
+    // Appends the units from `start` to `end` to the cleared token.
     void setToken(qsizetype start, qsizetype end);
 
     QString m_text;

@@ -59,4 +59,4 @@ void TestEnvironmentLinux::clientOfAnSshSession()
 }
 
 QTEST_APPLESS_MAIN(TestEnvironmentLinux)
-#include "tst_environment_linux.moc"
+#include "tst_environment.moc"

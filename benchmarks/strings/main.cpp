@@ -1,0 +1,235 @@
+// String operations against what a user of Qt would write instead, over real text.
+// Usage: bench_strings [folder with texts], by default the licences that every Debian has.
+
+#include "ratio.h"
+
+#include "s3string.h"
+#include "s3string_p.h"
+#include "s3stringtokenizer.h"
+
+#include <QDir>
+#include <QHash>
+#include <QRegularExpression>
+#include <QUrl>
+
+#include <string>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr qsizetype textSize = 64 * 1024 * 1024;
+
+// The texts of a folder one after the other, again and again up to the whole size. Line ends are line feeds.
+QString realText(const QString &folder)
+{
+    QByteArray once;
+    const QDir dir(folder);
+    for (const QString &name : dir.entryList(QDir::Files | QDir::NoSymLinks, QDir::Name)) {
+        QFile file(dir.filePath(name));
+        if (file.open(QIODevice::ReadOnly))
+            once += file.readAll();
+    }
+    once.replace("\r", "");
+    if (once.isEmpty())
+        return QString();
+    return QString::fromUtf8(once.repeated(textSize / once.size() + 1).first(textSize));
+}
+
+void percentCoding(RatioReport &report, const QString &text)
+{
+    const s3String ours = text;
+    report.compare(
+        "toPercentEncoded / QByteArray::toPercentEncoding", [&] { keepResult(ours.toPercentEncoded()); },
+        [&] {
+            QByteArray bytes = text.toUtf8().toPercentEncoding("!/()*':");
+            keepResult(QString::fromLatin1(bytes.replace("%25", "%")));
+        },
+        {.bound = 1.0});
+    report.compare(
+        "toPercentEncodedAll / QUrl::toPercentEncoding", [&] { keepResult(ours.toPercentEncodedAll()); },
+        [&] { keepResult(QString::fromLatin1(QUrl::toPercentEncoding(text))); }, {.bound = 1.0});
+    const s3String coded = ours.toPercentEncodedAll();
+    report.compare(
+        "fromPercentEncoded / QUrl::fromPercentEncoding", [&] { keepResult(coded.fromPercentEncoded()); },
+        [&] { keepResult(QUrl::fromPercentEncoding(coded.toUtf8())); }, {.bound = 1.0});
+}
+
+void lineEnds(RatioReport &report, const QString &text)
+{
+    const QString windowsText = s3String(text).toCrLf();
+    const auto compare = [&](const char *name, const QString &from, const QString &replacement) {
+        report.compare(
+            name,
+            [&] {
+                s3String copy = from;
+                keepResult(copy.replaceLineEnds(replacement));
+            },
+            [&] {
+                QString copy = from;
+                copy.remove(u'\r');
+                if (replacement.size() == 1)
+                    copy.replace(u'\n', replacement.front());
+                else
+                    copy.replace(u"\n"_s, replacement);
+                keepResult(copy);
+            },
+            {.bound = 1.0, .runs = 3});
+    };
+    compare("replaceLineEnds(CR LF) of LF / remove, replace", text, u"\r\n"_s);
+    compare("replaceLineEnds(CR LF) of CR LF / remove, replace", windowsText, u"\r\n"_s);
+    compare("replaceLineEnds(LF) of CR LF / remove, replace", windowsText, u"\n"_s);
+    compare("replaceLineEnds(LF) of LF / remove, replace", text, u"\n"_s);
+    compare("replaceLineEnds(;) of LF / remove, replace", text, u";"_s);
+    compare("replaceLineEnds() of LF / remove, replace", text, QString());
+}
+
+QString escapedPlainly(const QString &text)
+{
+    QString result;
+    result.reserve(text.size());
+    for (const QChar ch : text) {
+        if (ch.isPrint() || ch == u'\t' || ch == u'\n' || ch == u'\r')
+            result += ch;
+        else
+            result += u'\\' + QString::number(ch.unicode()).rightJustified(3, u'0');
+    }
+    return result;
+}
+
+void escaping(RatioReport &report, const QString &text)
+{
+    const s3String clean = s3String(text).replace(u'\f', u' ');
+    report.compare(
+        "escapeNonPrintable, clean text / loop over isPrint", [&] { keepResult(clean.escapeNonPrintable()); },
+        [&] { keepResult(escapedPlainly(clean)); }, {.bound = 1.0});
+    const s3String marked = s3String(text).replace(u'\n', u'\a');
+    report.compare(
+        "escapeNonPrintable, one per line / loop over isPrint",
+        [&] { keepResult(marked.escapeNonPrintable()); }, [&] { keepResult(escapedPlainly(marked)); },
+        {.bound = 1.0});
+}
+
+void bools(RatioReport &report, const QString &text)
+{
+    const QStringList lines = text.split(u'\n');
+    QStringList values;
+    for (int number = 0; number < 100000; ++number)
+        values += QStringList{u"true"_s, u"1"_s, u"0"_s, u"false"_s, QString(), u" True "_s, u"-5"_s};
+    static const QRegularExpression word(u"^\\s*true\\s*$"_s, QRegularExpression::CaseInsensitiveOption);
+    const auto compare = [&](const char *name, const QStringList &texts) {
+        report.compare(
+            name,
+            [&] {
+                qsizetype trues = 0;
+                for (const QString &line : texts)
+                    trues += s3String(line).toBool();
+                keepResult(trues);
+            },
+            [&] {
+                qsizetype trues = 0;
+                for (const QString &line : texts)
+                    trues += word.match(line).hasMatch() || line.toInt() != 0;
+                keepResult(trues);
+            },
+            {.bound = 1.0});
+    };
+    compare("toBool, lines of text / expression, toInt", lines);
+    compare("toBool, values / expression, toInt", values);
+}
+
+void tokens(RatioReport &report, const QString &text)
+{
+    const auto compare = [&](const char *name, const QString &list) {
+        const QRegularExpression delimiters(u'[' + list + u']');
+        report.compare(
+            name,
+            [&] {
+                qsizetype length = 0;
+                s3StringTokenizer tokenizer(text, list);
+                while (!tokenizer.next().isEmpty())
+                    length += tokenizer.token().size();
+                keepResult(length);
+            },
+            [&] {
+                qsizetype length = 0;
+                for (const QString &token : text.split(delimiters, Qt::SkipEmptyParts))
+                    length += token.size();
+                keepResult(length);
+            },
+            {.bound = 1.0, .runs = 3});
+    };
+    compare("tokenizer, lines / split by expression", u"\r\n"_s);
+    compare("tokenizer, words / split by expression", u" \t\r\n.,;"_s);
+    compare("tokenizer, words by a class / split by expression", u"\\s.,;"_s);
+    report.compare(
+        "tokenizer, lines / split by character",
+        [&] {
+            qsizetype length = 0;
+            s3StringTokenizer tokenizer(text, u"\n"_s);
+            while (!tokenizer.next().isEmpty())
+                length += tokenizer.token().size();
+            keepResult(length);
+        },
+        [&] {
+            qsizetype length = 0;
+            for (const QString &token : text.split(u'\n', Qt::SkipEmptyParts))
+                length += token.size();
+            keepResult(length);
+        },
+        {.bound = 1.0});
+}
+
+void expansion(RatioReport &report, const QString &text)
+{
+    QHash<QString, QString> environment;
+    for (int number = 0; number < 200; ++number)
+        environment.insert(u"NAME_%1"_s.arg(number), u"value %1"_s.arg(number));
+    const s3EnvironmentLookup lookup = [&](const QString &name) -> std::optional<QString> {
+        const auto found = environment.constFind(name);
+        return found == environment.cend() ? std::nullopt : std::optional(*found);
+    };
+    // About 105 characters for each reference, so 1 MiB for 10,000.
+    static constexpr qsizetype gap = 95;
+    double smaller = 0;
+    for (const int references : {1000, 10000, 100000}) {
+        QString referring;
+        for (int number = 0; number < references; ++number) {
+            referring += QStringView(text).sliced(number * gap, gap);
+            const QString name = u"NAME_"_s + QString::number(number % 200);
+            referring += number % 2 == 0 ? u'%' + name + u'%' : u"${"_s + name + u'}';
+        }
+        const double time = RatioReport::medianTime([&] {
+            QString copy = referring;
+            s3ExpandEnvironmentReferences(copy, lookup);
+            keepResult(copy);
+        });
+        if (smaller > 0) {
+            const std::string name
+                = "expansion, " + std::to_string(references) + " references / ten times a tenth";
+            report.report(name.c_str(), time, smaller * 10, 1.5);
+        }
+        smaller = time;
+    }
+}
+
+}
+
+int main(int argc, char **argv)
+{
+    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : u"/usr/share/common-licenses"_s;
+    const QString text = realText(folder);
+    if (text.isEmpty()) {
+        std::fprintf(stderr, "No text in %s. Usage: %s [folder with texts]\n", qPrintable(folder), argv[0]);
+        return EXIT_FAILURE;
+    }
+    RatioReport report;
+    percentCoding(report, text);
+    lineEnds(report, text);
+    escaping(report, text);
+    bools(report, text);
+    tokens(report, text);
+    expansion(report, text);
+    return report.exitCode();
+}
