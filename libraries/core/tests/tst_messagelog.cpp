@@ -1,5 +1,6 @@
 #include "ostrelletest/childrun.h"
 #include "ostrelletest/filecontent.h"
+#include "ostrelletest/lockedfile.h"
 #include "ostrelletest/ordinaryuser.h"
 #include "ostrelletest/scopedcurrentdir.h"
 #include "ostrelletest/scopedenvironment.h"
@@ -169,7 +170,7 @@ private Q_SLOTS:
     void emptyNameLeavesTheLogWhereItIs();
     void unwritablePlaces_data();
     void unwritablePlaces();
-    void readOnlyFile();
+    void refusedFile();
     void removedLogBeginsAnew();
     void eightThreadsAtOnce();
     void logMovesWhileThreadsWrite();
@@ -563,18 +564,22 @@ void TestMessageLog::unwritablePlaces()
     QCOMPARE(log.content(), logged({"written"}));
 }
 
-void TestMessageLog::readOnlyFile()
+void TestMessageLog::refusedFile()
 {
     const OrdinaryUser user;
     QVERIFY(user.isOrdinary());
     const Log log;
     QVERIFY(writeFile(log.path(), "kept"));
-    QVERIFY(QFile::setPermissions(log.path(), QFileDevice::ReadOwner | QFileDevice::ReadUser));
-    initLogFile(log.dir(), u"ostrelle.log"_s, true);
-    logDebug() << u"lost"_s;
+    {
+        const ScopedUnreadableFile locked(log.path());
+        QVERIFY(locked.isLocked());
+        initLogFile(log.dir(), u"ostrelle.log"_s, true);
+        logDebug() << u"lost"_s;
+        QCOMPARE(recordedTexts(), QStringList{u"lost"_s});
+    }
     QCOMPARE(log.content(), "kept");
-    QCOMPARE(recordedTexts(), QStringList{u"lost"_s});
-    QVERIFY(QFile::setPermissions(log.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+    logDebug() << u"written"_s;
+    QCOMPARE(log.content(), "kept" + logged({"written"}));
 }
 
 void TestMessageLog::removedLogBeginsAnew()
