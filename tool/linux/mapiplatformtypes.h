@@ -17,13 +17,13 @@ using UINT = std::uint32_t;
 using HRESULT = LONG;
 
 // Handles are opaque; nothing here looks behind them.
-struct HKEY__;
-using HKEY = HKEY__ *;
-struct HINSTANCE__;
-using HMODULE = HINSTANCE__ *;
+struct RegistryKeyHandle;
+using HKEY = RegistryKeyHandle *;
+struct ModuleHandle;
+using HMODULE = ModuleHandle *;
 
-inline const HKEY HKEY_CURRENT_USER = reinterpret_cast<HKEY>(std::uintptr_t{0x80000001});
-inline const HKEY HKEY_LOCAL_MACHINE = reinterpret_cast<HKEY>(std::uintptr_t{0x80000002});
+inline const auto HKEY_CURRENT_USER = reinterpret_cast<HKEY>(std::uintptr_t{0x80000001});
+inline const auto HKEY_LOCAL_MACHINE = reinterpret_cast<HKEY>(std::uintptr_t{0x80000002});
 inline constexpr DWORD KEY_READ = 0x20019;
 
 inline constexpr DWORD REG_SZ = 1;

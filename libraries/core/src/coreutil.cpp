@@ -90,8 +90,8 @@ QString s3ErrorString(int errorNumber)
 
 QString s3LastErrorText()
 {
-    const int number = platform::lastSystemError();
-    QString text = platform::knowsSystemError(number) ? s3ErrorString(number) : QString();
+    const quint32 number = platform::lastSystemError();
+    QString text = platform::knowsSystemError(number) ? s3ErrorString(static_cast<int>(number)) : QString();
     if (!text.isEmpty())
         text += u' ';
     return text + u"(%1)"_s.arg(number);

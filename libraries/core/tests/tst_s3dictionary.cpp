@@ -408,10 +408,10 @@ void TestDictionary::errorZeroHasNoWords()
     // A missing resource asks nothing of the operating system, so its last error is what it was.
     s3Dictionary dictionary(u":/test/missing"_s);
     QString error;
-    setLastSystemError(0);
+    platform::setLastSystemError(0);
     QVERIFY(!dictionary.open(error));
     QCOMPARE(error, u":/test/missing:\n\nCannot open file"_s);
-    setLastSystemError(10);
+    platform::setLastSystemError(10);
     QVERIFY(!dictionary.open(error));
     QVERIFY2(error.endsWith(u" (10)"_s), qPrintable(error));
 }

@@ -31,6 +31,9 @@ Mail prepareMail(const Message &message)
         throw Failure(MAPI_E_INVALID_MESSAGE, "the subject has a line break");
     mail.subject = message.subject;
     mail.noteText = withLineEnds(message.noteText, "\n");
+    // A message is made of whole lines.
+    if (!mail.noteText.empty() && mail.noteText.back() != '\n')
+        mail.noteText.push_back('\n');
     mail.receiptRequested = message.receiptRequested;
     if (message.originator) {
         const std::vector<Mailbox> from = mailboxesOf(*message.originator);

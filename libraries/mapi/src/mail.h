@@ -18,7 +18,7 @@ struct Mail {
     std::vector<Mailbox> cc;
     std::vector<Mailbox> bcc;
     std::string subject; // one line
-    std::string noteText; // plain text, line ends "\n"
+    std::string noteText; // plain text, lines end with "\n", the last one too
     std::vector<Attachment> attachments;
     bool receiptRequested = false;
 

@@ -31,6 +31,7 @@ struct TextTraits {
     // gets a ">" in front, and a single dot may end the message.
     bool fragileLines = false;
     bool trailingBlanks = false; // may be cut off
+    bool openEnd = false; // no line end after the last line
 };
 
 TextTraits traitsOf(std::string_view text)
@@ -63,20 +64,18 @@ GMimeContentEncoding encodingFor(std::string_view text)
     return GMIME_CONTENT_ENCODING_7BIT;
 }
 
-void addHeader(GMimeMessage *message, const char *field, const std::string &value)
+// Adds a field to a message or a part, or replaces it. The value is ready and is set as it stands.
+void setHeader(GMimeObject *object, const char *field, const std::string &value)
 {
-    // The value is ready and is set as it stands; the first call only makes the field.
-    GMimeHeaderList *headers = g_mime_object_get_header_list(GMIME_OBJECT(message));
-    g_mime_header_list_append(headers, field, "", nullptr);
-    const int last = g_mime_header_list_get_count(headers) - 1;
-    g_mime_header_set_raw_value(g_mime_header_list_get_header_at(headers, last),
-                                (" " + value + "\n").c_str());
+    g_mime_object_set_header(object, field, "", nullptr);
+    GMimeHeader *header = g_mime_header_list_get_header(g_mime_object_get_header_list(object), field);
+    g_mime_header_set_raw_value(header, (" " + value + "\n").c_str());
 }
 
 void addMailboxes(GMimeMessage *message, const char *field, const std::vector<Mailbox> &mailboxes)
 {
     if (!mailboxes.empty())
-        addHeader(message, field, encodeMailboxes(mailboxes));
+        setHeader(GMIME_OBJECT(message), field, encodeMailboxes(mailboxes));
 }
 
 void addDateAndId(GMimeMessage *message)
@@ -102,15 +101,16 @@ void addHeaders(GMimeMessage *message, const Mail &mail, const MimeOptions &opti
     addMailboxes(message, "To", mail.to);
     addMailboxes(message, "Cc", mail.cc);
     addMailboxes(message, "Bcc", mail.bcc);
-    addHeader(message, "Subject", encodeText(mail.subject));
+    setHeader(GMIME_OBJECT(message), "Subject", encodeText(mail.subject));
     if (!options.draft)
         addDateAndId(message);
     if (mail.receiptRequested && mail.from)
         addMailboxes(message, "Disposition-Notification-To", {*mail.from});
     if (mail.receiptRequested && options.draft)
-        addHeader(message, "X-Mozilla-Draft-Info", "internal/draft; vcard=0; receipt=1; DSN=0; uuencode=0");
+        setHeader(GMIME_OBJECT(message), "X-Mozilla-Draft-Info",
+                  "internal/draft; vcard=0; receipt=1; DSN=0; uuencode=0");
     if (options.draft)
-        addHeader(message, "X-Unsent", "1");
+        setHeader(GMIME_OBJECT(message), "X-Unsent", "1");
 }
 
 GObjectPtr<GMimePart> makePart(const char *type, ByteSource &source, GMimeContentEncoding encoding)
@@ -153,9 +153,14 @@ void writeMime(const Mail &mail, const MimeOptions &options, FileSink &sink)
             const GObjectPtr<GMimePart> part
                 = makePart(attachment.contentType().c_str(), sources.emplace_back(attachment),
                            GMIME_CONTENT_ENCODING_BASE64);
-            g_mime_object_set_disposition(GMIME_OBJECT(part.get()), GMIME_DISPOSITION_ATTACHMENT);
-            g_mime_part_set_filename(part.get(), attachment.name().c_str());
-            g_mime_multipart_add(parts.get(), GMIME_OBJECT(part.get()));
+            GMimeObject *object = GMIME_OBJECT(part.get());
+            // "name" is for old receivers that do not know Content-Disposition.
+            setHeader(object, "Content-Type",
+                      attachment.contentType() + encodeParameter("name", attachment.name()));
+            setHeader(object, "Content-Disposition",
+                      std::string(GMIME_DISPOSITION_ATTACHMENT)
+                          + encodeParameter("filename", attachment.name()));
+            g_mime_multipart_add(parts.get(), object);
         }
         g_mime_message_set_mime_part(message.get(), GMIME_OBJECT(parts.get()));
     }

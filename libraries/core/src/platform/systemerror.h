@@ -1,18 +1,19 @@
 #pragma once
 
-// The operating system's error number of the calling thread: GetLastError() on Windows, errno on Linux.
+#include <QtGlobal>
+
 namespace platform
 {
 
-// The number of the last failed call. It is only meaningful right after the failure; the words for it
-// are qt_error_string's.
-[[nodiscard]] int lastSystemError();
+// The number of the last failed call into the operating system on this thread: GetLastError of Windows,
+// errno of POSIX. It is only meaningful right after the failure; the words for it are qt_error_string's.
+[[nodiscard]] quint32 lastSystemError();
 
 // Sets that number, to keep it across other calls.
-void setLastSystemError(int number);
+void setLastSystemError(quint32 code);
 
-// Whether the system has words for the number. Qt's qt_error_string gives "Unknown error ..." on Linux
-// where Windows gives nothing.
-[[nodiscard]] bool knowsSystemError(int number);
+// Whether the system has words for `code`: for a number that it does not know qt_error_string makes some up
+// on Linux ("Unknown error 1234"), where Windows gives none.
+[[nodiscard]] bool knowsSystemError(quint32 code);
 
 }

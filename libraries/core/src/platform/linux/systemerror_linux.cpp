@@ -6,19 +6,19 @@
 namespace platform
 {
 
-int lastSystemError()
+quint32 lastSystemError()
 {
-    return errno;
+    return quint32(errno);
 }
 
-void setLastSystemError(int number)
+void setLastSystemError(quint32 code)
 {
-    errno = number;
+    errno = int(code);
 }
 
-bool knowsSystemError(int number)
+bool knowsSystemError(quint32 code)
 {
-    return strerrordesc_np(number) != nullptr;
+    return strerrordesc_np(int(code)) != nullptr;
 }
 
 }

@@ -5,19 +5,19 @@
 namespace platform
 {
 
-int lastSystemError()
+quint32 lastSystemError()
 {
-    return static_cast<int>(GetLastError());
+    return GetLastError();
 }
 
-void setLastSystemError(int number)
+void setLastSystemError(quint32 code)
 {
-    SetLastError(static_cast<DWORD>(number));
+    SetLastError(code);
 }
 
-bool knowsSystemError(int)
+bool knowsSystemError(quint32)
 {
-    return true; // its text is empty for a number that it does not know
+    return true; // its text is empty otherwise
 }
 
 }
