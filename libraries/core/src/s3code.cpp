@@ -73,11 +73,7 @@ static_assert(rowCount <= 32);
 template <std::size_t index> bool rowHolds(std::u16string_view code)
 {
     constexpr const s3DisplayClassRow &row = s3DisplayClassRows[index];
-    if (holds<*row.test>(code))
-        return true;
-    if constexpr (row.alternative != nullptr)
-        return holds<*row.alternative>(code);
-    return false;
+    return holds<*row.test>(code) || holds<*row.alternative>(code);
 }
 
 constexpr std::array<RowTest, rowCount> rowTests = []<std::size_t... indexes>(std::index_sequence<indexes...>)
@@ -92,9 +88,8 @@ constexpr std::array<RowMask, letterCount> rowsByLetter = [] {
     std::array<RowMask, letterCount> masks{};
     for (std::size_t letter = 0; letter != letterCount; ++letter) {
         for (std::size_t row = 0; row != rowCount; ++row) {
-            const s3CodeTest *alternative = s3DisplayClassRows[row].alternative;
-            const std::uint32_t letters
-                = s3DisplayClassRows[row].test->letters | (alternative != nullptr ? alternative->letters : 0);
+            const s3DisplayClassRow &tests = s3DisplayClassRows[row];
+            const std::uint32_t letters = tests.test->letters | tests.alternative->letters;
             masks[letter] |= (letters >> letter & 1U) << row;
         }
     }

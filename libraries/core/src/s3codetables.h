@@ -68,6 +68,9 @@ inline constexpr List<1> numericExcept{u"NT"};
 namespace s3CodeTests
 {
 
+// Holds for no code.
+inline constexpr s3CodeTest none{};
+
 inline constexpr s3CodeTest b{.equals = s3CodeLists::b};
 inline constexpr s3CodeTest bglp{.begins = s3CodeLists::bglp};
 inline constexpr s3CodeTest vl{.begins = s3CodeLists::vl};
@@ -106,21 +109,21 @@ struct s3DisplayClassRow {
 };
 
 inline constexpr std::array s3DisplayClassRows{
-    s3DisplayClassRow{&s3CodeTests::gd, nullptr, 32, 42, false},
-    s3DisplayClassRow{&s3CodeTests::dv, nullptr, 33, 62, false},
+    s3DisplayClassRow{&s3CodeTests::gd, &s3CodeTests::none, 32, 42, false},
+    s3DisplayClassRow{&s3CodeTests::dv, &s3CodeTests::none, 33, 62, false},
     s3DisplayClassRow{&s3CodeTests::taz, &s3CodeTests::azm, 30, 50, false},
-    s3DisplayClassRow{&s3CodeTests::a, nullptr, 28, 40, false},
-    s3DisplayClassRow{&s3CodeTests::vl, nullptr, 29, 49, false},
-    s3DisplayClassRow{&s3CodeTests::dvz, nullptr, 36, 96, false},
-    s3DisplayClassRow{&s3CodeTests::tn, nullptr, 31, 51, false},
-    s3DisplayClassRow{&s3CodeTests::bu1, nullptr, 37, 129, false},
-    s3DisplayClassRow{&s3CodeTests::dvb1, nullptr, 35, 11, false},
-    s3DisplayClassRow{&s3CodeTests::bu, nullptr, 24, 11, false},
-    s3DisplayClassRow{&s3CodeTests::dvz1, nullptr, 34, 87, false},
-    s3DisplayClassRow{&s3CodeTests::dvs1, nullptr, 39, 86, false},
-    s3DisplayClassRow{&s3CodeTests::url2, nullptr, 0, 10, true},
-    s3DisplayClassRow{&s3CodeTests::b, nullptr, 27, 14, false},
-    s3DisplayClassRow{&s3CodeTests::ch, nullptr, 26, 12, false},
+    s3DisplayClassRow{&s3CodeTests::a, &s3CodeTests::none, 28, 40, false},
+    s3DisplayClassRow{&s3CodeTests::vl, &s3CodeTests::none, 29, 49, false},
+    s3DisplayClassRow{&s3CodeTests::dvz, &s3CodeTests::none, 36, 96, false},
+    s3DisplayClassRow{&s3CodeTests::tn, &s3CodeTests::none, 31, 51, false},
+    s3DisplayClassRow{&s3CodeTests::bu1, &s3CodeTests::none, 37, 129, false},
+    s3DisplayClassRow{&s3CodeTests::dvb1, &s3CodeTests::none, 35, 11, false},
+    s3DisplayClassRow{&s3CodeTests::bu, &s3CodeTests::none, 24, 11, false},
+    s3DisplayClassRow{&s3CodeTests::dvz1, &s3CodeTests::none, 34, 87, false},
+    s3DisplayClassRow{&s3CodeTests::dvs1, &s3CodeTests::none, 39, 86, false},
+    s3DisplayClassRow{&s3CodeTests::url2, &s3CodeTests::none, 0, 10, true},
+    s3DisplayClassRow{&s3CodeTests::b, &s3CodeTests::none, 27, 14, false},
+    s3DisplayClassRow{&s3CodeTests::ch, &s3CodeTests::none, 26, 12, false},
 };
 
 // Where no row holds.
