@@ -25,6 +25,10 @@ constexpr std::size_t qualifierUnits = 16;
 constexpr DWORD installModeExisting = 0xFFFFFFFF;
 constexpr DWORD installModeDefault = 0;
 
+// The installer knows no component by that qualifier. It is ERROR_INDEX_ABSENT of winerror.h and not its
+// ERROR_UNKNOWN_COMPONENT (1607), the answer for a category that nobody registered, which is final.
+constexpr LONG qualifierUnknown = 1611;
+
 constexpr DWORD englishLanguage = 1033;
 
 // The bytes that a registry value may have so that a null still fits behind it in `units` code units.
@@ -358,14 +362,14 @@ bool provideQualifiedComponent(MapiPlatform &platform, HMODULE msiModule, const 
     LONG status = ask(installModeExisting);
     if (status == ERROR_FILE_NOT_FOUND && mayInstall) {
         status = ask(installModeDefault);
-    } else if (status == ERROR_FILE_NOT_FOUND || status == ERROR_UNKNOWN_COMPONENT) {
+    } else if (status == ERROR_FILE_NOT_FOUND || status == qualifierUnknown) {
         qualifier.fill(0);
         appendNumber(qualifier, lcid);
         status = ask(installModeExisting);
         if (status == ERROR_FILE_NOT_FOUND && mayInstall)
             status = ask(installModeDefault);
     }
-    return status != ERROR_UNKNOWN_COMPONENT;
+    return status != qualifierUnknown;
 }
 
 bool isTerminalServer(MapiPlatform &platform)

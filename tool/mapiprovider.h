@@ -20,8 +20,8 @@
 // ends with a null afterwards. True if it is not empty.
 //
 // The installer is asked only for a client that has both "MSIApplicationLCID" and "MSIOfficeLCID", and
-// when it answered anything but "unknown component" its path is final, even an empty one: "DLLPath" is
-// then not looked at.
+// when it answered anything but 1611, no component of that qualifier, its path is final, even an empty one:
+// "DLLPath" is then not looked at.
 [[nodiscard]] bool findProviderPath(MapiPlatform &platform, HKEY hive, WCHAR *path, DWORD pathLength,
                                     bool &useUtf8);
 
@@ -46,8 +46,8 @@
                                        bool mayInstall);
 
 // Asks for one language. `pathLength` is the room at `path` before and what the installer made of it after.
-// Only ERROR_UNKNOWN_COMPONENT counts as failure: any other answer, a missing file included, is a true
-// result, with whatever is in `path`.
+// Only 1611, no component of that qualifier, counts as failure: any other answer, a missing file included, is
+// a true result, with whatever is in `path`.
 [[nodiscard]] bool provideQualifiedComponent(MapiPlatform &platform, HMODULE msiModule,
                                              const WCHAR *componentId, DWORD lcid, WCHAR *path,
                                              DWORD &pathLength, bool mayInstall);

@@ -40,7 +40,6 @@ inline constexpr LONG ERROR_INSUFFICIENT_BUFFER = 122;
 inline constexpr LONG ERROR_MORE_DATA = 234;
 inline constexpr LONG ERROR_NO_MORE_ITEMS = 259;
 inline constexpr LONG ERROR_NO_UNICODE_TRANSLATION = 1113;
-inline constexpr LONG ERROR_UNKNOWN_COMPONENT = 1611;
 
 inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000EU);

@@ -362,7 +362,7 @@ UINT FakeMapiPlatform::provideComponent(const WCHAR *category, const WCHAR *qual
     current->calls.append(u"installer %1 %2 %3%4"_s.arg(fromWide(category), question)
                               .arg(*pathLength)
                               .arg(path[0] == 0 ? u""_s : u" path "_s + fromWide(path)));
-    const Answer answer = current->m_answers.value(question, {ERROR_UNKNOWN_COMPONENT, QString()});
+    const Answer answer = current->m_answers.value(question, {1611, QString()});
     if (!answer.path.isNull())
         writeText(answer.path, path, *pathLength);
     *pathLength = static_cast<DWORD>(answer.path.size()); // as the installer leaves it

@@ -48,7 +48,7 @@ public:
     // Adds a library with entries; the address of an entry may be anything.
     void addLibrary(const QString &name, const QHash<QByteArray, void *> &symbols = {});
     // Adds "MSI.DLL" that answers `answers`, by "language\NT existing", "language default" and so on; what
-    // is not named is an unknown component.
+    // is not named is 1611, no component of that qualifier.
     void addInstaller(const QHash<QString, Answer> &answers);
 
     // What is wrong with the handles and the memory: not given back, given back twice, unknown.

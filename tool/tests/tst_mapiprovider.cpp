@@ -441,6 +441,8 @@ void TestMapiProvider::qualifiedComponent_data()
             << mayInstall << Answers{{ntExisting, {0, found}}} << true << found << QStringList(ntExisting);
         QTest::addRow("other failure, %s", suffix)
             << mayInstall << Answers{{ntExisting, {1602, {}}}} << true << u""_s << QStringList(ntExisting);
+        QTest::addRow("category unknown, %s", suffix)
+            << mayInstall << Answers{{ntExisting, {1607, {}}}} << true << u""_s << QStringList(ntExisting);
         QTest::addRow("buffer too small, %s", suffix)
             << mayInstall << Answers{{ntExisting, {234, {}}}} << true << u""_s << QStringList(ntExisting);
         QTest::addRow("unknown, %s", suffix)
@@ -704,13 +706,13 @@ void TestMapiProvider::supportUtf8_data()
     QTest::addColumn<quint32>("type");
     QTest::addColumn<QByteArray>("data");
     QTest::addColumn<bool>("expected");
-    QTest::newRow("1") << REG_DWORD << registryNumber(1) << true;
-    QTest::newRow("another number") << REG_DWORD << registryNumber(0x80000000) << true;
-    QTest::newRow("0") << REG_DWORD << registryNumber(0) << false;
-    QTest::newRow("text") << REG_SZ << registryTextWithoutEnd(u"1"_s) << false;
-    QTest::newRow("too large") << REG_DWORD << QByteArray(8, '\1') << false;
-    QTest::newRow("two bytes") << REG_DWORD << QByteArray(2, '\1') << true;
-    QTest::newRow("no bytes") << REG_DWORD << QByteArray() << false;
+    QTest::newRow("1") << quint32(REG_DWORD) << registryNumber(1) << true;
+    QTest::newRow("another number") << quint32(REG_DWORD) << registryNumber(0x80000000) << true;
+    QTest::newRow("0") << quint32(REG_DWORD) << registryNumber(0) << false;
+    QTest::newRow("text") << quint32(REG_SZ) << registryTextWithoutEnd(u"1"_s) << false;
+    QTest::newRow("too large") << quint32(REG_DWORD) << QByteArray(8, '\1') << false;
+    QTest::newRow("two bytes") << quint32(REG_DWORD) << QByteArray(2, '\1') << true;
+    QTest::newRow("no bytes") << quint32(REG_DWORD) << QByteArray() << false;
 }
 
 void TestMapiProvider::supportUtf8()

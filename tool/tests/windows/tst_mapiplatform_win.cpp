@@ -101,7 +101,7 @@ private Q_SLOTS:
     void files();
     void system();
     void versionSuite();
-    void unknownComponent();
+    void unregisteredComponent();
     void conversion();
     void conversionFailures();
     void shortPath();
@@ -225,13 +225,22 @@ void TestMapiPlatformWin::versionSuite()
     QCOMPARE(isTerminalServer(platform), (version.wSuiteMask & VER_SUITE_TERMINAL) != 0);
 }
 
-// The installer's own answer for a component that nobody registered.
-void TestMapiPlatformWin::unknownComponent()
+// Whatever the installer answers for a component that nobody registered, only 1611 lets the search go on.
+void TestMapiPlatformWin::unregisteredComponent()
 {
     MapiPlatform &platform = systemMapiPlatform();
     std::array<WCHAR, 260> path{};
     const QString id = QUuid::createUuid().toString().toUpper();
-    QVERIFY(!provideProviderPath(platform, wide(id), {}, path.data(), path.size(), true));
+    const HMODULE msi = platform.loadLibrary("MSI.DLL"_w);
+    QVERIFY(msi != nullptr);
+    const auto provide = reinterpret_cast<MsiProvideQualifiedComponentFunction>(
+        platform.symbol(msi, "MsiProvideQualifiedComponentW"));
+    QVERIFY(provide != nullptr);
+    DWORD length = path.size();
+    const UINT answer = provide(wide(id), "1033\\NT"_w, 0xFFFFFFFF, path.data(), &length);
+    platform.freeLibrary(msi);
+    QVERIFY(answer != ERROR_SUCCESS);
+    QCOMPARE(provideProviderPath(platform, wide(id), {}, path.data(), path.size(), true), answer != 1611);
     QCOMPARE(fromWide(path.data()), u""_s);
 }
 
