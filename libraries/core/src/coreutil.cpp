@@ -90,11 +90,11 @@ QString s3ErrorString(int errorNumber)
 
 QString s3LastErrorText()
 {
-    const quint32 number = lastSystemError();
-    QString text = knowsSystemError(number) ? s3ErrorString(static_cast<int>(number)) : QString();
+    const quint32 number = platform::lastSystemError();
+    QString text = platform::knowsSystemError(number) ? s3ErrorString(static_cast<int>(number)) : QString();
     if (!text.isEmpty())
         text += u' ';
-    setLastSystemError(number); // asking for the words may have changed it
+    platform::setLastSystemError(number); // asking for the words may have changed it
     return text + u"(%1)"_s.arg(number);
 }
 

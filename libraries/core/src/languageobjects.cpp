@@ -9,9 +9,3 @@ LanguageObjects::LanguageObjects()
     , individualNames{{u"1"_s, u"Individ.1"_s}, {u"2"_s, u"Individ.2"_s}, {u"3"_s, u"Individ.3"_s}}
 {
 }
-
-LanguageObjects &languageObjects()
-{
-    static LanguageObjects objects;
-    return objects;
-}

@@ -7,8 +7,9 @@
 #include <QSet>
 #include <QString>
 
-// What the languages and dictionaries keep for the life of the process. The members are constructed in
-// this order and destroyed in the reverse one.
+// What the languages and dictionaries keep for the life of the process; languageObjects() of
+// processobjects.h gives the one set of them. The members are constructed in this order and destroyed in
+// the reverse one.
 struct LanguageObjects {
     LanguageObjects();
 
@@ -24,6 +25,3 @@ struct LanguageObjects {
     // Source texts that the GUI dictionary was asked for and does not have.
     QSet<QString> unknownTexts;
 };
-
-// The one set of these objects, made at the first call.
-[[nodiscard]] LanguageObjects &languageObjects();

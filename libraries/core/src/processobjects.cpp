@@ -1,5 +1,6 @@
 #include "processobjects.h"
 
+#include "languageobjects.h"
 #include "protocol/messagelog_p.h"
 #include "protocol/s3qeventprotocol_p.h"
 
@@ -22,6 +23,7 @@ public:
 // constructed behind it can still log when it is destroyed; the crash handler follows what its report
 // reads; the event names come last.
 LogFile logFile;
+LanguageObjects language;
 QHash<int, QString> &names = *new QHash<int, QString>(makeEventNames());
 QSet<int> &ignoredTypes = *new QSet<int>;
 
@@ -30,6 +32,11 @@ QSet<int> &ignoredTypes = *new QSet<int>;
 QFile &messageLogFile()
 {
     return logFile;
+}
+
+LanguageObjects &languageObjects()
+{
+    return language;
 }
 
 QHash<int, QString> &eventNames()

@@ -5,6 +5,7 @@
 #include <QString>
 
 class QFile;
+struct LanguageObjects;
 
 // Access to the objects that live as long as the process and whose order of construction is fixed. They
 // are defined in processobjects.cpp and nowhere else, so that no linker decides the order. Each is reached
@@ -19,3 +20,6 @@ class QFile;
 // leaves out. Both outlive the static objects: an event may get its type while the process ends.
 [[nodiscard]] QHash<int, QString> &eventNames();
 [[nodiscard]] QSet<int> &ignoredEventTypes();
+
+// Dictionaries, individual languages and unknown texts (languageobjects.h).
+[[nodiscard]] LanguageObjects &languageObjects();

@@ -1,6 +1,6 @@
 #include "s3dictionary.h"
 
-#include "platform/systemerror.h"
+#include "coreutil.h"
 #include "s3dictionaryformat.h"
 #include "s3file.h"
 #include "s3fileinfo.h"
@@ -22,16 +22,6 @@ namespace
 quint32 absolute(qint32 number)
 {
     return number < 0 ? 0U - quint32(number) : quint32(number);
-}
-
-// The system's words for the last failure and its number, or the number alone: "(2)".
-QString lastErrorText()
-{
-    const quint32 code = lastSystemError();
-    QString text = qt_error_string(int(code));
-    if (!text.isEmpty())
-        text += u' ';
-    return text + u"(%1)"_s.arg(code);
 }
 
 // The number of code units from `start` up to the first zero unit, or else up to `end`. Texts lie at odd
@@ -78,7 +68,7 @@ bool s3Dictionary::open(QString &error)
         // The mapping lives as long as the file object.
         m_file->close();
     } else {
-        const QString reason = lastErrorText();
+        const QString reason = s3LastErrorText();
         error = u"Cannot open file"_s;
         if (!reason.endsWith("(0)"_L1))
             error += "\n\n"_L1 + reason;

@@ -38,5 +38,11 @@ class s3DisabledFeatures final : public s3Features, public s3Singleton<s3Disable
 };
 
 // The process-wide sets, both empty in an ordinary run. Never null.
-[[nodiscard]] s3ExperimentalFeatures *s3ExperimentalFeaturesInstance();
-[[nodiscard]] s3DisabledFeatures *s3DisabledFeaturesInstance();
+[[nodiscard]] inline s3ExperimentalFeatures *s3ExperimentalFeaturesInstance()
+{
+    return s3ExperimentalFeatures::singletonInstance();
+}
+[[nodiscard]] inline s3DisabledFeatures *s3DisabledFeaturesInstance()
+{
+    return s3DisabledFeatures::singletonInstance();
+}

@@ -1,6 +1,7 @@
 #include "s3guidictionary.h"
 
 #include "languageobjects.h"
+#include "processobjects.h"
 #include "s3features.h"
 #include "s3language.h"
 #include "test/s3trace.h"

@@ -1,6 +1,7 @@
 #include "s3language.h"
 
 #include "languageobjects.h"
+#include "processobjects.h"
 #include "s3languagetables.h"
 #include "s3testflags.h"
 #include "s3translate.h"

@@ -213,9 +213,21 @@ public:
     // Whether no byte of `text` is above 127. False for a null pointer.
     [[nodiscard]] static bool isAscii(const char *text);
 
-    // Resolves "%NAME%" and then "${NAME}" from the process's environment. Each form is applied once;
-    // an unknown name stays as written.
+    // Resolves "%NAME%" and then "${NAME}" from a snapshot of the process's environment. A name is at
+    // least one character and compares like the system's names; an unknown one stays as written, marks
+    // included. Each form is applied once to the text as it is then: one reference after the other, each
+    // time wherever it stands. So what "%NAME%" brings in passes through the "${NAME}" form only, and
+    // what that brings in stays.
+    // Test flag 277 switches the expansion off: the text stays as it is. Flag 276 traces it.
     s3String &expandEnvironmentStrings();
+
+    // Resolves references to numbered messages, "Xmsg(12)" or "Xmsg(12, further text)", and gives their
+    // number. A message's text stands in with `withText`, otherwise its key in parentheses (s3Message,
+    // s3MessageKey). Text behind the comma is dropped; a double quote in it lets the reference run on to
+    // the first quote with a parenthesis behind it. What is no number, or 0, stays and does not count.
+    // Precondition: each "Xmsg(" has a ")" somewhere behind it. For an unclosed one the search finds the
+    // same place again and again, and the call does not return.
+    int expandMessageReferences(bool withText);
 
     using QString::arg;
     // `format` with its placeholders %1 to %9 filled by one to nine texts, all at once: a "%" in a text

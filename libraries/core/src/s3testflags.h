@@ -33,5 +33,9 @@ class s3TestFlagsGUI final : public s3TestFlags, public s3Singleton<s3TestFlagsG
 {
 };
 
-// The process-wide flags, empty in an ordinary run. Never null.
-[[nodiscard]] s3TestFlagsGUI *s3TestFlagsInstance();
+// The process-wide flags, empty in an ordinary run. Never null. Inline, so that a silent trace site costs
+// no call.
+[[nodiscard]] inline s3TestFlagsGUI *s3TestFlagsInstance()
+{
+    return s3TestFlagsGUI::singletonInstance();
+}

@@ -1,6 +1,7 @@
 #include "s3translate.h"
 
 #include "languageobjects.h"
+#include "processobjects.h"
 #include "s3language.h"
 
 using namespace Qt::StringLiterals;

@@ -54,7 +54,7 @@ public:
     platform::ProcessHandle open(quint32 id) override
     {
         if (closedDoors.contains(id)) {
-            setLastSystemError(unknownSystemError);
+            platform::setLastSystemError(unknownSystemError);
             return nullptr;
         }
         opened += id;
@@ -65,7 +65,7 @@ public:
     {
         const quint32 id = idOf(process);
         if (silent.contains(id)) {
-            setLastSystemError(unknownSystemError);
+            platform::setLastSystemError(unknownSystemError);
             return false;
         }
         memory = {id * mebibyte, (id + 1) * mebibyte - 1};
@@ -90,7 +90,7 @@ public:
     bool first(platform::ProcessEntry &entry) override
     {
         if (m_entries.empty())
-            setLastSystemError(unknownSystemError);
+            platform::setLastSystemError(unknownSystemError);
         return next(entry);
     }
     bool next(platform::ProcessEntry &entry) override
@@ -111,7 +111,7 @@ std::unique_ptr<platform::ProcessSnapshot> ScriptedProcesses::snapshot()
     if (throwsInSnapshot)
         throw std::runtime_error("no memory");
     if (!hasSnapshot) {
-        setLastSystemError(unknownSystemError);
+        platform::setLastSystemError(unknownSystemError);
         return nullptr;
     }
     return std::make_unique<ScriptedSnapshot>(entries);
@@ -317,21 +317,21 @@ void TestCoreUtil::errorStrings()
 
 void TestCoreUtil::lastErrorText()
 {
-    setLastSystemError(knownSystemError);
+    platform::setLastSystemError(knownSystemError);
     const QString text = s3LastErrorText();
     QCOMPARE(text, qt_error_string(static_cast<int>(knownSystemError)) + u" (2)"_s);
 }
 
 void TestCoreUtil::lastErrorTextOfUnknownNumber()
 {
-    setLastSystemError(unknownSystemError);
+    platform::setLastSystemError(unknownSystemError);
     QCOMPARE(s3LastErrorText(), errorSuffix());
     QCOMPARE(s3LastErrorText(), errorSuffix()); // still the last error
 }
 
 void TestCoreUtil::lastErrorTextOfNoError()
 {
-    setLastSystemError(0);
+    platform::setLastSystemError(0);
     QVERIFY(s3LastErrorText().endsWith(u"(0)"_s));
 }
 

@@ -1,12 +1,13 @@
+#include "ostrelletest/childrun.h"
 #include "ostrelletest/filecontent.h"
 #include "ostrelletest/ordinaryuser.h"
 #include "ostrelletest/scopedcurrentdir.h"
+#include "ostrelletest/scopedenvironment.h"
 #include "protocol/messagelog.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -100,27 +101,6 @@ private:
     QTemporaryDir m_dir;
 };
 
-struct ChildResult {
-    int exitCode = -1;
-    QByteArray errorOutput;
-};
-
-// Runs this program anew as `mode`, logging into `dir`.
-ChildResult runChild(const QString &mode, const QString &dir, const QString &pattern = {})
-{
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // Otherwise Qt on Windows sends messages to the debugger when there is no console.
-    environment.insert(u"QT_ASSUME_STDERR_HAS_CONSOLE"_s, u"1"_s);
-    if (!pattern.isNull())
-        environment.insert(u"QT_MESSAGE_PATTERN"_s, pattern);
-    process.setProcessEnvironment(environment);
-    process.start(QCoreApplication::applicationFilePath(), {u"--child"_s, mode, dir});
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-        return {-1, process.readAllStandardError()};
-    return {process.exitCode(), process.readAllStandardError()};
-}
-
 // Constructed before every other object of the program, so destroyed after the log's file.
 struct LateLogger {
     ~LateLogger()
@@ -136,9 +116,10 @@ struct LateLogger {
 };
 __attribute__((init_priority(101))) LateLogger lateLogger;
 
-int runAsChild(const QString &mode, const QString &dir)
+// What a program does with its log, in the working directory.
+int runAsChild(const QString &mode)
 {
-    initLogFile(dir, u"child.log"_s, true);
+    initLogFile(u"."_s, u"child.log"_s, true);
     setLogCategory("gui.ostrelle");
     setDebugEnabled(mode != "off"_L1);
     logDebug() << u"one ä"_s;
@@ -343,8 +324,7 @@ void TestMessageLog::logsEachItemOfAList()
     const Log log;
     logList({u"a"_s, QString(), u"%1 %2"_s, u"ß"_s}, u"item %2"_s);
     logList({}, u"none"_s);
-    QCOMPARE(log.content(),
-             logged({"item %2 [a]", "item %2 []", "item %2 [%1 %2]", "item %2 [\xC3\x9F]"}));
+    QCOMPARE(log.content(), logged({"item %2 [a]", "item %2 []", "item %2 [%1 %2]", "item %2 [\xC3\x9F]"}));
     setDebugEnabled(false);
     logList({u"a"_s}, u"off"_s);
     QCOMPARE(records.size(), 4);
@@ -358,8 +338,7 @@ void TestMessageLog::qtsOwnLoggingIsWrittenToo()
     qWarning() << u"w"_s;
     const QLoggingCategory other("x.y");
     qCCritical(other) << 4;
-    QCOMPARE(log.content(),
-             "d 1" + lineEnd() + "i" + lineEnd() + "\"w\"" + lineEnd() + "x.y: 4" + lineEnd());
+    QCOMPARE(log.content(), "d 1" + lineEnd() + "i" + lineEnd() + "\"w\"" + lineEnd() + "x.y: 4" + lineEnd());
 }
 
 void TestMessageLog::withoutACategoryTheDefaultOneIsUsed()
@@ -413,8 +392,7 @@ void TestMessageLog::switchingDebugLeavesTheOtherLevels()
     logWarning() << u"warning"_s;
     logCritical() << u"critical"_s;
     qDebug("default category");
-    QCOMPARE(log.content(),
-             logged({"info", "warning", "critical"}) + "default category" + lineEnd());
+    QCOMPARE(log.content(), logged({"info", "warning", "critical"}) + "default category" + lineEnd());
 }
 
 void TestMessageLog::messageThatIsOffReachesNobody()
@@ -687,51 +665,54 @@ void TestMessageLog::patternSeesTheLineFeed()
     QFETCH(const QString, pattern);
     QFETCH(const QByteArray, expected);
     const QTemporaryDir dir;
-    const ChildResult child = runChild(u"on"_s, dir.path(), pattern);
-    QVERIFY2(child.exitCode == 0, child.errorOutput.constData());
+    const ScopedEnvironment variable("QT_MESSAGE_PATTERN", pattern.toUtf8());
+    const ChildRun child = runChild(u"on"_s, dir.path());
+    QVERIFY2(child.ended && child.exitCode == 0, child.standardError.constData());
     QCOMPARE(readFile(dir.filePath(u"child.log"_s)), expected);
 }
 
 void TestMessageLog::ordinaryRunPassesOnToQt()
 {
     const QTemporaryDir dir;
-    const ChildResult child = runChild(u"on"_s, dir.path());
-    QVERIFY2(child.exitCode == 0, child.errorOutput.constData());
+    const ChildRun child = runChild(u"on"_s, dir.path());
+    QVERIFY2(child.ended && child.exitCode == 0, child.standardError.constData());
     QCOMPARE(readFile(dir.filePath(u"child.log"_s)), logged({"one \xC3\xA4", "two"}));
-    QVERIFY2(child.errorOutput.contains("gui.ostrelle: two"), child.errorOutput.constData());
+    QVERIFY2(child.standardError.contains("gui.ostrelle: two"), child.standardError.constData());
 }
 
 void TestMessageLog::runWithDebugOff()
 {
     const QTemporaryDir dir;
-    const ChildResult child = runChild(u"off"_s, dir.path());
-    QVERIFY2(child.exitCode == 0, child.errorOutput.constData());
+    const ChildRun child = runChild(u"off"_s, dir.path());
+    QVERIFY2(child.ended && child.exitCode == 0, child.standardError.constData());
     QCOMPARE(readFile(dir.filePath(u"child.log"_s)), logged({"two"}));
-    QVERIFY2(!child.errorOutput.contains("one"), child.errorOutput.constData());
+    QVERIFY2(!child.standardError.contains("one"), child.standardError.constData());
 }
 
 // What is logged while static objects go skips the file and still reaches Qt's handler.
 void TestMessageLog::messagesAfterTheFileIsGone()
 {
     const QTemporaryDir dir;
-    const ChildResult child = runChild(u"late"_s, dir.path());
-    QVERIFY2(child.exitCode == 0, child.errorOutput.constData());
+    const ChildRun child = runChild(u"late"_s, dir.path());
+    QVERIFY2(child.ended && child.exitCode == 0, child.standardError.constData());
     QCOMPARE(readFile(dir.filePath(u"child.log"_s)), logged({"one \xC3\xA4", "two"}));
     for (const char *text : {"default category, late", "late", "later"})
-        QVERIFY2(child.errorOutput.contains(text), child.errorOutput.constData());
+        QVERIFY2(child.standardError.contains(text), child.standardError.constData());
 }
 
 int main(int argc, char *argv[])
 {
-    // The user's own settings of Qt's logging would change every line.
-    if (argc < 2 || qstrcmp(argv[1], "--child") != 0)
-        qunsetenv("QT_MESSAGE_PATTERN");
+    // Otherwise Qt on Windows sends messages to the debugger where there is no console.
+    qputenv("QT_ASSUME_STDERR_HAS_CONSOLE", "1");
     for (const char *name : {"QT_LOGGING_RULES", "QT_LOGGING_CONF", "QT_LOGGING_TO_CONSOLE"})
         qunsetenv(name);
+    const QString part = childPart(argc, argv);
+    // The user's own pattern would change every line.
+    if (part.isEmpty())
+        qunsetenv("QT_MESSAGE_PATTERN");
     QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "--child"_L1)
-        return runAsChild(arguments.value(2), arguments.value(3));
+    if (!part.isEmpty())
+        return runAsChild(part);
     TestMessageLog test;
     return QTest::qExec(&test, argc, argv);
 }

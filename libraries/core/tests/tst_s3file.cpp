@@ -385,8 +385,6 @@ void TestFile::errorTextByDefaultError_data()
     QTest::newRow("PermissionsError") << 13 << u"Zugriffsrechte fehlen f\u00fcr die Datei x/y.txt.\n"_s;
     QTest::newRow("CopyError") << 14 << u"Datei x/y.txt kann nicht kopiert werden.\n"_s;
     QTest::newRow("number behind the table") << 15 << QString();
-    QTest::newRow("great number") << 0x7fffffff << QString();
-    QTest::newRow("negative number") << -1 << QString();
 }
 
 void TestFile::errorTextByDefaultError()

@@ -90,11 +90,15 @@ void initLogFile(const QString &dir, const QString &fileName, bool truncate)
     if (fileName.isEmpty())
         return;
     const QString path = s3Dir(dir).filePath(fileName);
-    const QMutexLocker lock(&logMutex());
-    QFile &file = messageLogFile();
-    file.setFileName(path);
+    {
+        const QMutexLocker lock(&logMutex());
+        messageLogFile().setFileName(path);
+    }
+    // Without the lock, and so not on the log's own file: Qt may warn about the name.
+    QFile file(path);
     if (truncate && file.exists())
         file.resize(0);
+    const QMutexLocker lock(&logMutex());
     if (previousHandler == nullptr)
         previousHandler = qInstallMessageHandler(messageHandler);
 }

@@ -3,6 +3,9 @@
 #include <cerrno>
 #include <cstring>
 
+namespace platform
+{
+
 quint32 lastSystemError()
 {
     return quint32(errno);
@@ -16,4 +19,6 @@ void setLastSystemError(quint32 code)
 bool knowsSystemError(quint32 code)
 {
     return strerrordesc_np(int(code)) != nullptr;
+}
+
 }

@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+namespace platform
+{
+
 quint32 lastSystemError()
 {
     return GetLastError();
@@ -20,4 +23,6 @@ bool knowsSystemError(quint32 code)
                                         nullptr, code, 0, reinterpret_cast<wchar_t *>(&text), 0, nullptr);
     LocalFree(text);
     return length != 0;
+}
+
 }

@@ -1,0 +1,11 @@
+#include "composeroute.h"
+
+namespace mapi
+{
+
+bool composeInMailClient(const Mail &)
+{
+    return false;
+}
+
+}
