@@ -94,6 +94,7 @@ QString s3LastErrorText()
     QString text = platform::knowsSystemError(number) ? s3ErrorString(static_cast<int>(number)) : QString();
     if (!text.isEmpty())
         text += u' ';
+    platform::setLastSystemError(number); // asking for the words may have changed it
     return text + u"(%1)"_s.arg(number);
 }
 

@@ -30,7 +30,7 @@ bool s3BeepError(bool force);
 [[nodiscard]] QString s3ErrorString(int errorNumber);
 
 // The text of the thread's last failed system call and its number: "File not found (2)"; only "(2)" for
-// a number that the system does not know.
+// a number that the system does not know. The number stays the thread's last error.
 [[nodiscard]] QString s3LastErrorText();
 
 // Fills `text` with the memory of the machine, of this process and of the browser processes it started.

@@ -326,6 +326,7 @@ void TestCoreUtil::lastErrorTextOfUnknownNumber()
 {
     platform::setLastSystemError(unknownSystemError);
     QCOMPARE(s3LastErrorText(), errorSuffix());
+    QCOMPARE(s3LastErrorText(), errorSuffix()); // still the last error
 }
 
 void TestCoreUtil::lastErrorTextOfNoError()

@@ -305,7 +305,7 @@ void TestThreadBase::autoDelete()
     QPointer<Worker> worker = new Worker([](Worker &) {}, true);
     QVERIFY(worker->start());
     QVERIFY(worker->wait());
-    QTRY_VERIFY(worker.isNull());
+    QVERIFY(QTest::qWaitFor([&] { return worker.isNull(); }));
 }
 
 void TestThreadBase::noAutoDelete()
@@ -389,14 +389,14 @@ void TestThreadBase::lifecycleIsTraced()
 {
     const ScopedTestFlag lifecycle(110);
     const TraceRecorder trace;
-    const void *address = nullptr;
+    QString address;
     {
         Worker worker([](Worker &) {});
-        address = &worker;
-        QCOMPARE(trace.lines(), QStringList(u"s3ThreadBase::s3ThreadBase()"_s + pointerArgument(address)));
+        address = pointerArgument(&worker);
+        QCOMPARE(trace.lines(), QStringList(u"s3ThreadBase::s3ThreadBase()"_s + address));
     }
     QCOMPARE(trace.lines().size(), 2);
-    QCOMPARE(trace.lines().at(1), u"s3ThreadBase::~s3ThreadBase()"_s + pointerArgument(address));
+    QCOMPARE(trace.lines().at(1), u"s3ThreadBase::~s3ThreadBase()"_s + address);
 }
 
 namespace

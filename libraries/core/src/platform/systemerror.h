@@ -12,8 +12,8 @@ namespace platform
 // Sets that number, to keep it across other calls.
 void setLastSystemError(quint32 code);
 
-// Whether the system has words for `code`: for a number that it does not know qt_error_string makes some up
-// on Linux ("Unknown error 1234"), where Windows gives none.
+// Whether the system has words for `code`. For a number that it does not know qt_error_string makes some up
+// ("Unknown error 1234").
 [[nodiscard]] bool knowsSystemError(quint32 code);
 
 }

@@ -15,9 +15,14 @@ void setLastSystemError(quint32 code)
     SetLastError(code);
 }
 
-bool knowsSystemError(quint32)
+bool knowsSystemError(quint32 code)
 {
-    return true; // its text is empty otherwise
+    wchar_t *text = nullptr;
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM
+                                            | FORMAT_MESSAGE_IGNORE_INSERTS,
+                                        nullptr, code, 0, reinterpret_cast<wchar_t *>(&text), 0, nullptr);
+    LocalFree(text);
+    return length != 0;
 }
 
 }
