@@ -22,8 +22,10 @@ template <class Value> inline void keepResult(const Value &value)
 struct RatioOptions {
     // The ratio must not exceed this; 0 for no bound.
     double bound = 0;
-    // How often each of the two runs is measured. One more run of each warms up.
+    // How often each of the two runs is measured.
     int runs = 5;
+    // Whether one more run of each comes first; a run of many seconds needs no warming up.
+    bool warmUp = true;
 };
 
 class RatioReport
@@ -34,8 +36,10 @@ public:
     template <class Ours, class Peer>
     double compare(const char *name, Ours &&ours, Peer &&peer, RatioOptions options = {})
     {
-        ours();
-        peer();
+        if (options.warmUp) {
+            ours();
+            peer();
+        }
         std::vector<double> ourTimes;
         std::vector<double> peerTimes;
         for (int run = 0; run < options.runs; ++run) {
