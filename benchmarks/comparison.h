@@ -10,6 +10,9 @@
 namespace comparison
 {
 
+// How often each of the two runs.
+constexpr int runs = 15;
+
 // Keeps `value` and everything in memory from being optimised away.
 template <class Value> inline void keep(const Value &value)
 {
@@ -34,7 +37,6 @@ template <class Work> double secondsOf(Work &work)
 template <class Ours, class Peer>
 [[nodiscard]] bool compare(const char *what, double operations, Ours &&ours, Peer &&peer, double limit)
 {
-    constexpr int runs = 15;
     double oursBest = std::numeric_limits<double>::max();
     double peerBest = oursBest;
     for (int run = 0; run != runs; ++run) {
