@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <vector>
 
 // Two ways of doing the same thing, measured side by side in one process. Absolute times say little on a
@@ -34,7 +35,7 @@ public:
     // Measures `ours` against `peer`, prints a line "name: ours ms, peer ms, ratio" and gives the ratio.
     // Who goes first changes from turn to turn.
     template <class Ours, class Peer>
-    double compare(const char *name, Ours &&ours, Peer &&peer, RatioOptions options = {})
+    double compare(const char *name, Ours &&ours, Peer &&peer, const RatioOptions &options = {})
     {
         if (options.warmUp) {
             ours();
@@ -44,11 +45,11 @@ public:
         std::vector<double> peerTimes;
         for (int run = 0; run < options.runs; ++run) {
             if (run % 2 == 0) {
-                ourTimes.push_back(milliseconds(ours));
-                peerTimes.push_back(milliseconds(peer));
+                ourTimes.push_back(measured(ours));
+                peerTimes.push_back(measured(peer));
             } else {
-                peerTimes.push_back(milliseconds(peer));
-                ourTimes.push_back(milliseconds(ours));
+                peerTimes.push_back(measured(peer));
+                ourTimes.push_back(measured(ours));
             }
         }
         return report(name, median(std::move(ourTimes)), median(std::move(peerTimes)), options.bound);
