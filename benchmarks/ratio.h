@@ -69,16 +69,6 @@ public:
         return ratio;
     }
 
-    // The median of `runs` measured runs of `task` in milliseconds, for tables without a peer.
-    template <class Task> static double medianTime(Task &&task, int runs = 5)
-    {
-        task();
-        std::vector<double> times;
-        for (int run = 0; run < runs; ++run)
-            times.push_back(milliseconds(task));
-        return median(std::move(times));
-    }
-
     // For main: failure when any bound was exceeded.
     [[nodiscard]] int exitCode() const { return m_exceeded ? EXIT_FAILURE : EXIT_SUCCESS; }
 
