@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <vector>
 
 // Two ways of doing the same thing, measured side by side in one process. Absolute times say little on a
@@ -22,8 +23,10 @@ template <class Value> inline void keepResult(const Value &value)
 struct RatioOptions {
     // The ratio must not exceed this; 0 for no bound.
     double bound = 0;
-    // How often each of the two runs is measured. One more run of each warms up.
+    // How often each of the two runs is measured.
     int runs = 5;
+    // Whether one more run of each comes first; a run of many seconds needs no warming up.
+    bool warmUp = true;
 };
 
 class RatioReport
@@ -32,10 +35,12 @@ public:
     // Measures `ours` against `peer`, prints a line "name: ours ms, peer ms, ratio" and gives the ratio.
     // Who goes first changes from turn to turn.
     template <class Ours, class Peer>
-    double compare(const char *name, Ours &&ours, Peer &&peer, RatioOptions options = {})
+    double compare(const char *name, Ours &&ours, Peer &&peer, const RatioOptions &options = {})
     {
-        ours();
-        peer();
+        if (options.warmUp) {
+            ours();
+            peer();
+        }
         std::vector<double> ourTimes;
         std::vector<double> peerTimes;
         for (int run = 0; run < options.runs; ++run) {

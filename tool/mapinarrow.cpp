@@ -191,7 +191,6 @@ HRESULT convertText(MapiPlatform &platform, const WCHAR *wide, char **narrow, bo
     MapiMemory<char> text = allocateMapiMemory<char>(platform, static_cast<std::size_t>(size));
     if (text == nullptr)
         return E_OUTOFMEMORY;
-    usedDefault = 0;
     if (platform.wideCharToMultiByte(codePage, flags, wide, text.get(), size, reportDefault) == 0)
         return lastErrorStatus(platform);
     *narrow = text.release();

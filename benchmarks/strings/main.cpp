@@ -75,7 +75,7 @@ void lineEnds(RatioReport &report, const QString &text)
                     copy.replace(u"\n"_s, replacement);
                 keepResult(copy);
             },
-            {.bound = 1.0, .runs = 3});
+            {.bound = 1.0, .runs = 3, .warmUp = false});
     };
     compare("replaceLineEnds(CR LF) of LF / remove, replace", text, u"\r\n"_s);
     compare("replaceLineEnds(CR LF) of CR LF / remove, replace", windowsText, u"\r\n"_s);
@@ -158,7 +158,7 @@ void tokens(RatioReport &report, const QString &text)
                     length += token.size();
                 keepResult(length);
             },
-            {.bound = 1.0, .runs = 3});
+            {.bound = 1.0, .runs = 3, .warmUp = false});
     };
     compare("tokenizer, lines / split by expression", u"\r\n"_s);
     compare("tokenizer, words / split by expression", u" \t\r\n.,;"_s);

@@ -77,21 +77,26 @@ void ToolRun::letOthersRead() const
         qFatal("cannot share %s", qPrintable(m_directory.path()));
 }
 
-ToolResult ToolRun::run(const QStringList &arguments) const
+std::unique_ptr<QProcess> ToolRun::start(const QStringList &arguments) const
 {
-    const QString record = m_toolDirectory.filePath(u"record.json"_s);
-    QFile::remove(record);
+    QFile::remove(recordFile());
     QProcessEnvironment toolEnvironment = environment;
-    toolEnvironment.insert(u"OSTRELLE_RECORD"_s, QDir::toNativeSeparators(record));
+    toolEnvironment.insert(u"OSTRELLE_RECORD"_s, QDir::toNativeSeparators(recordFile()));
     toolEnvironment.insert(u"OSTRELLE_RECORD_RESULT"_s, QString::number(m_result));
     toolplatform::installProvider(m_provider, besideSuite(OSTRELLE_PROVIDERS), m_toolDirectory.path(),
                                   toolEnvironment);
 
-    QProcess tool;
-    tool.setProcessEnvironment(toolEnvironment);
-    tool.setWorkingDirectory(workingDirectory);
-    tool.start(m_toolDirectory.filePath(QFileInfo(QString::fromUtf8(OSTRELLE_TOOL)).fileName()), arguments);
+    auto tool = std::make_unique<QProcess>();
+    tool->setProcessEnvironment(toolEnvironment);
+    tool->setWorkingDirectory(workingDirectory);
+    tool->start(m_toolDirectory.filePath(QFileInfo(QString::fromUtf8(OSTRELLE_TOOL)).fileName()), arguments);
+    return tool;
+}
 
+ToolResult ToolRun::run(const QStringList &arguments) const
+{
+    const auto process = start(arguments);
+    QProcess &tool = *process;
     ToolResult result;
     const auto watcher = toolplatform::makeBoxWatcher();
     QElapsedTimer timer;
@@ -108,7 +113,7 @@ ToolResult ToolRun::run(const QStringList &arguments) const
     }
     result.crashed = tool.exitStatus() == QProcess::CrashExit;
     result.exitCode = tool.exitCode();
-    result.calls = readCalls(record);
+    result.calls = readCalls(recordFile());
     return result;
 }
 

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <memory>
+
 // What came of one run of the tool.
 struct ToolResult {
     bool ended = false; // false: it was still running after the time limit and was killed
@@ -50,12 +52,20 @@ public:
     QProcessEnvironment environment;
     QString workingDirectory;
 
-    // Runs the tool with `arguments`.
+    // Starts the tool with `arguments` and leaves it to the caller.
+    [[nodiscard]] std::unique_ptr<QProcess> start(const QStringList &arguments) const;
+
+    // Runs the tool with `arguments` to its end; its boxes are seen and answered.
     [[nodiscard]] ToolResult run(const QStringList &arguments) const;
     // Writes `zml` as mail.zml, a section head in front, and runs the tool with its absolute path.
     [[nodiscard]] ToolResult runZml(const QByteArray &lines) const;
 
 private:
+    [[nodiscard]] QString recordFile() const
+    {
+        return m_toolDirectory.filePath(QStringLiteral("record.json"));
+    }
+
     QTemporaryDir m_directory;
     QTemporaryDir m_toolDirectory;
     QString m_provider = QStringLiteral("both");

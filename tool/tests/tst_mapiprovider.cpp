@@ -134,6 +134,7 @@ private Q_SLOTS:
     void installerMayInstall();
     void installerSources_data();
     void installerSources();
+    void installerListWithHalfUnit();
     void installerWithoutMemory_data();
     void installerWithoutMemory();
     void installerCalls();
@@ -861,6 +862,22 @@ void TestMapiProvider::installerSources()
     platform.addValue(u"HKCU\\Software\\Office"_s, u"Lang"_s, REG_DWORD, registryNumber(22));
     QCOMPARE(findPath(platform).path, answering.isEmpty() ? u"plain.dll"_s : u"msi.dll"_s);
     QCOMPARE(platform.callsOf(u"installer"_s), askedIn(languages));
+    QCOMPARE(platform.mistakes(), QStringList());
+}
+
+// A list without an end and with an odd count of bytes: the half unit belongs to no name.
+void TestMapiProvider::installerListWithHalfUnit()
+{
+    FakeMapiPlatform platform;
+    platform.addInstaller({{u"11 existing"_s, {0, u"msi.dll"_s}}});
+    const QString key = addClient(platform, userClients);
+    const QByteArray list = registryTextWithoutEnd(u"App\0Lang"_s).append('!');
+    platform.addValue(key, u"MSIApplicationLCID"_s, REG_MULTI_SZ, list);
+    platform.addValue(key, u"MSIOfficeLCID"_s, REG_MULTI_SZ, list);
+    platform.addValue(key, u"MSIComponentID"_s, REG_SZ, registryText(u"{ID}"_s));
+    platform.addValue(u"HKCU\\Software\\App"_s, u"Lang"_s, REG_DWORD, registryNumber(11));
+    QCOMPARE(findPath(platform).path, u"msi.dll"_s);
+    QCOMPARE(platform.callsOf(u"installer"_s), askedIn({u"11"_s}));
     QCOMPARE(platform.mistakes(), QStringList());
 }
 

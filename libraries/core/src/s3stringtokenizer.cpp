@@ -40,26 +40,42 @@ QString wellFormed(const QString &text)
 s3StringTokenizer::Delimiters::Delimiters(const QString &list)
 {
     if (!isPlainList(list)) {
-        expressions.emplace(
-            Expressions{QRegularExpression(u"[^"_s + list + u']'), QRegularExpression(u'[' + list + u']')});
+        expressions.emplace(Expressions{QRegularExpression(u"[^"_s + list + u']'),
+                                        QRegularExpression(u'[' + list + u']'),
+                                        !list.contains(u'[') && !list.contains(u']')});
         return;
     }
+    hasTable = true;
+    ascii.fill(Other);
     for (const QChar ch : list) {
         if (ch.unicode() < ascii.size())
-            ascii[ch.unicode()] = true;
+            ascii[ch.unicode()] = Delimiter;
         else
             others += ch;
     }
 }
 
-bool s3StringTokenizer::Delimiters::contains(char16_t unit) const
+void s3StringTokenizer::Delimiters::tabulateExpressions()
 {
-    return unit < ascii.size() ? ascii[unit] : !others.isEmpty() && others.contains(QChar(unit));
+    // With a bracket inside, an expression may be more than a class and match more than one character.
+    if (isPlain() || !expressions->isOneClass || !expressions->nonDelimiter.isValid()
+        || !expressions->delimiter.isValid())
+        return;
+    hasTable = true;
+    for (size_t code = 0; code < ascii.size(); ++code) {
+        const QString ch = QChar(char16_t(code));
+        ascii[code] = quint8((expressions->nonDelimiter.match(ch).hasMatch() ? Other : 0)
+                             | (expressions->delimiter.match(ch).hasMatch() ? Delimiter : 0));
+    }
 }
 
 s3StringTokenizer::s3StringTokenizer(const QString &text, const QString &delimiters, bool trim)
     : m_text(text), m_trim(trim), m_delimiters(delimiters)
 {
+    // Filling the table costs as much as the tokens of a page or two.
+    static constexpr qsizetype worthATable = 4096;
+    if (text.size() >= worthATable)
+        m_delimiters.tabulateExpressions();
 }
 
 QString &s3StringTokenizer::next(const QString &delimiters)
@@ -71,12 +87,12 @@ QString &s3StringTokenizer::next(const QString &delimiters)
     if (!delimiters.isEmpty())
         own.emplace(delimiters);
     const Delimiters &active = own.has_value() ? *own : m_delimiters;
-    const qsizetype start = find(active, m_position, false);
+    const qsizetype start = find(active, m_position, Delimiters::Other);
     if (start < 0) {
         m_position = m_text.size();
         return m_token;
     }
-    const qsizetype end = find(active, start, true);
+    const qsizetype end = find(active, start, Delimiters::Delimiter);
     m_position = end < 0 ? m_text.size() : end;
     setToken(start, m_position);
     return m_token;
@@ -86,26 +102,35 @@ QString &s3StringTokenizer::rest()
 {
     clearToken();
     if (m_position < m_text.size()) {
-        const qsizetype start = find(m_delimiters, m_position, false);
+        const qsizetype start = find(m_delimiters, m_position, Delimiters::Other);
         if (start >= 0)
             setToken(start, m_text.size());
     }
     return m_token;
 }
 
-qsizetype s3StringTokenizer::find(const Delimiters &delimiters, qsizetype from, bool delimiter)
+qsizetype s3StringTokenizer::find(const Delimiters &delimiters, qsizetype from, Delimiters::Kind kind)
 {
-    if (delimiters.isPlain()) {
+    if (delimiters.hasTable) {
         const auto *units = reinterpret_cast<const char16_t *>(m_text.constData());
         const qsizetype size = m_text.size();
-        for (qsizetype i = from; i < size; ++i) {
-            if (delimiters.contains(units[i]) == delimiter)
-                return i;
+        for (; from < size; ++from) {
+            const char16_t unit = units[from];
+            if (unit < delimiters.ascii.size()) {
+                if ((delimiters.ascii[unit] & kind) != 0)
+                    return from;
+            } else if (!delimiters.isPlain()) {
+                break;
+            } else if (delimiters.others.contains(QChar(unit)) == (kind == Delimiters::Delimiter)) {
+                return from;
+            }
         }
-        return -1;
+        if (from == size)
+            return -1;
     }
-    const QRegularExpression &expression
-        = delimiter ? delimiters.expressions->delimiter : delimiters.expressions->nonDelimiter;
+    const QRegularExpression &expression = kind == Delimiters::Delimiter
+        ? delimiters.expressions->delimiter
+        : delimiters.expressions->nonDelimiter;
     if (!expression.isValid())
         return -1;
     if (m_subject.isNull())

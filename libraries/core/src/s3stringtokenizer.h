@@ -36,24 +36,28 @@ public:
 
 private:
     // A delimiter list. Most lists name plain characters only; those are looked up in a table, which
-    // gives the same answer as the expressions without a matching engine.
+    // gives the same answer as the expressions without a matching engine. For a list that is one class of
+    // characters, the table of its ASCII part can be asked from the expressions beforehand.
     struct Delimiters {
         explicit Delimiters(const QString &list);
         [[nodiscard]] bool isPlain() const { return !expressions.has_value(); }
-        [[nodiscard]] bool contains(char16_t unit) const;
+        void tabulateExpressions();
 
+        enum Kind : quint8 { Other = 1, Delimiter = 2 };
         struct Expressions {
             QRegularExpression nonDelimiter;
             QRegularExpression delimiter;
+            bool isOneClass;
         };
-        std::array<bool, 128> ascii{};
+        // The kinds of each ASCII character as flags. With a "^" at the begin it may be both or none.
+        std::array<quint8, 128> ascii{};
         QString others;
         std::optional<Expressions> expressions;
+        bool hasTable = false;
     };
 
-    // The first position at or behind `from` with a character that is, or is not, one of `delimiters`;
-    // -1 when there is none.
-    [[nodiscard]] qsizetype find(const Delimiters &delimiters, qsizetype from, bool delimiter);
+    // The first position at or behind `from` with a character of that kind; -1 when there is none.
+    [[nodiscard]] qsizetype find(const Delimiters &delimiters, qsizetype from, Delimiters::Kind kind);
     void clearToken();
     // Appends the units from `start` to `end` to the cleared token.
     void setToken(qsizetype start, qsizetype end);

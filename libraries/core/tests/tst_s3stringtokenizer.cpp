@@ -25,6 +25,8 @@ private Q_SLOTS:
     void halfPairsKeepTheirTokens_data();
     void halfPairsKeepTheirTokens();
     void tableAndExpressionAgree();
+    void longTextsHaveTheTokensOfShortOnes_data();
+    void longTextsHaveTheTokensOfShortOnes();
     void manyTokensTakeLinearTime();
 };
 
@@ -214,6 +216,34 @@ void TestStringTokenizer::tableAndExpressionAgree()
                 QCOMPARE(table.next(), expression.next());
         }
     }
+}
+
+void TestStringTokenizer::longTextsHaveTheTokensOfShortOnes_data()
+{
+    QTest::addColumn<QString>("delimiters");
+    QTest::newRow("plain") << u" .,→"_s;
+    QTest::newRow("escapes") << u"\\s.,"_s;
+    QTest::newRow("escapes beyond ASCII") << u"\\s.,→"_s;
+    QTest::newRow("range") << u"a-e "_s;
+    QTest::newRow("range beyond ASCII") << u"!-/À-ÿ "_s;
+    QTest::newRow("negated escape") << u"\\W"_s;
+    QTest::newRow("POSIX class") << u"[:punct:] "_s;
+    QTest::newRow("brackets") << u"\\[\\] "_s;
+    QTest::newRow("class and more") << u"a]b"_s;
+    QTest::newRow("null character") << u"\\x00 "_s;
+}
+
+void TestStringTokenizer::longTextsHaveTheTokensOfShortOnes()
+{
+    QFETCH(QString, delimiters);
+    const QString text = u"abc, déf→g! xb]yab] cb] [x] 😀 \0 end. "_s;
+    s3StringTokenizer tokenizer(text, delimiters);
+    const QStringList expected = allTokens(tokenizer);
+    QVERIFY(expected.size() > 1);
+    // The last token may run on.
+    s3StringTokenizer longTokenizer(text + QString(5000, u'z'), delimiters);
+    for (const QString &token : expected.first(expected.size() - 1))
+        QCOMPARE(longTokenizer.next(), token);
 }
 
 void TestStringTokenizer::manyTokensTakeLinearTime()

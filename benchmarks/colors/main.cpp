@@ -1,6 +1,6 @@
 // A company colour by its name against one lookup in a QHash.
 
-#include "comparison.h"
+#include "ratio.h"
 #include "s3color.h"
 #include "s3colortables.h"
 
@@ -19,7 +19,7 @@ template <class Lookup> void lookUpAll(const QStringList &names, Lookup lookup)
         for (const QString &name : names)
             red += lookup(name).red();
     }
-    comparison::keep(red);
+    keepResult(red);
 }
 
 }
@@ -34,9 +34,10 @@ int main()
             peer.insert(names.constLast(), QColor(row.rgb));
         }
     }
-    const bool kept = comparison::compare(
-        "s3ColorFromName, company colours / one QHash lookup", double(rounds) * double(names.size()),
+    RatioReport report;
+    report.compare(
+        "s3ColorFromName, company colours / QHash lookup",
         [&] { lookUpAll(names, [](const QString &name) { return s3ColorFromName(name); }); },
-        [&] { lookUpAll(names, [&peer](const QString &name) { return peer.value(name); }); }, 1.5);
-    return kept ? 0 : 1;
+        [&] { lookUpAll(names, [&peer](const QString &name) { return peer.value(name); }); }, {.bound = 1.5});
+    return report.exitCode();
 }

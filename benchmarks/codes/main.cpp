@@ -1,6 +1,6 @@
 // Classification of type codes against a switch written by hand over the same codes.
 
-#include "comparison.h"
+#include "ratio.h"
 #include "s3code.h"
 
 #include <QList>
@@ -174,20 +174,20 @@ template <class Classify> void classifyAll(const QStringList &codes, Classify cl
             ++i;
         }
     }
-    comparison::keep(sum);
+    keepResult(sum);
 }
 
 template <class Ours, class Peer>
-bool compareOver(const char *what, const QStringList &codes, Ours ours, Peer peer)
+void compareOver(RatioReport &report, const char *what, const QStringList &codes, Ours ours, Peer peer)
 {
     for (const QString &code : codes) {
         if (ours(code) != peer(code)) {
             std::printf("%s: the switch and the tables disagree about %s\n", what, qPrintable(code));
-            return false;
+            std::exit(EXIT_FAILURE);
         }
     }
-    return comparison::compare(
-        what, classified, [&] { classifyAll(codes, ours); }, [&] { classifyAll(codes, peer); }, 1.5);
+    report.compare(
+        what, [&] { classifyAll(codes, ours); }, [&] { classifyAll(codes, peer); }, {.bound = 1.5});
 }
 
 }
@@ -195,19 +195,20 @@ bool compareOver(const char *what, const QStringList &codes, Ours ours, Peer pee
 int main()
 {
     const QStringList codes = mixedCodes();
-    bool kept = compareOver(
-        "s3DisplayClass, kind 23 / switch", codes,
+    RatioReport report;
+    compareOver(
+        report, "s3DisplayClass, kind 23 / switch", codes,
         [](const QString &code) { return s3DisplayClass(23, code); },
         [](const QString &code) { return classBySwitch(23, code); });
-    kept &= compareOver(
-        "s3DisplayClass, kind 56 / switch", codes,
+    compareOver(
+        report, "s3DisplayClass, kind 56 / switch", codes,
         [](const QString &code) { return s3DisplayClass(56, code); },
         [](const QString &code) { return classBySwitch(56, code); });
-    kept &= compareOver(
-        "s3IsNumericCode / switch", codes, [](const QString &code) { return s3IsNumericCode(code); },
+    compareOver(
+        report, "s3IsNumericCode / switch", codes, [](const QString &code) { return s3IsNumericCode(code); },
         [](const QString &code) { return numericBySwitch(code); });
-    kept &= compareOver(
-        "s3NumberClass / switch", codes, [](const QString &code) { return s3NumberClass(code); },
+    compareOver(
+        report, "s3NumberClass / switch", codes, [](const QString &code) { return s3NumberClass(code); },
         [](const QString &code) { return numberClassBySwitch(code); });
-    return kept ? 0 : 1;
+    return report.exitCode();
 }
