@@ -104,7 +104,7 @@ QString s3GuiDictionary::keepText(QByteArrayView units)
         m_nextKeptText = m_keptTexts.back().get();
     }
     std::memcpy(m_nextKeptText, units.data(), size_t(units.size()));
-    const QString text = QString::fromRawData(reinterpret_cast<const QChar *>(m_nextKeptText), length);
+    QString text = QString::fromRawData(reinterpret_cast<const QChar *>(m_nextKeptText), length);
     m_nextKeptText += length;
     m_keptUnitsLeft -= length;
     return text;
@@ -174,7 +174,7 @@ QString s3GuiDictionary::textWithFallback(qint32 number, qint32 language) const
                                                    : text(number, language);
         if (!isFallbackDisabled() && !isGoodText(number, language) && hasSameSourceInFallback(number)
             && m_fallback.hasText(number, language)) {
-            const QString fallbackText = m_fallback.text(number, language);
+            QString fallbackText = m_fallback.text(number, language);
             s3Trace(translationTestFlag, [&] {
                 return s3TraceText(u"s3GuiDictionary::textWithFallback"_s)
                     .argument(u"textNumber"_s, number)
