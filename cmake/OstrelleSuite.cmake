@@ -16,9 +16,16 @@ function(ostrelle_add_suite name)
     target_link_libraries(tst_${name} PRIVATE
         ${suite_LIBRARIES} ostrelle_test_support Qt6::Core Qt6::Test)
     add_test(NAME ${name} COMMAND tst_${name})
+    set(environment "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TZ=UTC")
+    if(OSTRELLE_SANITIZERS MATCHES "thread")
+        # QProcess forks with vfork: the child marks the memory that it shares with the suite as forked, and
+        # the sanitizer would take the suite for the child.
+        string(APPEND environment
+            ";TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/scripts/tsan.supp:die_after_fork=0")
+    endif()
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${suite_TIMEOUT}
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TZ=UTC")
+        ENVIRONMENT "${environment}")
     if(suite_THREADS)
         set_tests_properties(${name} PROPERTIES LABELS threads)
         add_dependencies(suites_with_threads tst_${name})

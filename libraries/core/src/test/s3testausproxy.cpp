@@ -9,6 +9,7 @@
 #include <QCoreApplication>
 #include <QScopedValueRollback>
 #include <QTextStream>
+#include <QThread>
 #include <QTime>
 
 #include <mutex>
@@ -24,6 +25,9 @@ constexpr const char *sourceFile = "libraries/core/src/test/s3testausproxy";
 constexpr qint32 fileFlag = 55;
 constexpr qint32 timeFlag = 96;
 constexpr qint32 debuggerFlag = 202;
+
+// How often a worker looks whether a flush has ended before it sleeps until then.
+constexpr int spinAttempts = 20;
 
 // Whether this thread is inside a flush. A text that comes in then would be lost at the queue's mutex anyway;
 // it has to go before it waits for a line that a worker may hold while it waits for the flush.
@@ -143,11 +147,17 @@ void s3TestausProxyPrivate::write(const QString &text, bool endLine)
 
 void s3TestausProxyPrivate::enqueue(const QString &text, bool endLine, bool onMainThread)
 {
-    std::unique_lock lock(queueMutex, std::defer_lock);
-    if (!onMainThread)
-        lock.lock();
-    else if (!lock.try_lock())
-        return; // a worker is putting something in just now: the main thread does not wait, the text is lost
+    std::unique_lock lock(queueMutex, std::try_to_lock);
+    if (!lock.owns_lock()) {
+        if (onMainThread)
+            return; // a worker is putting something in just now: the main thread does not wait, the text is
+                    // lost
+        // The flush of a line takes about as long as it takes to fall asleep: look again before that.
+        for (int attempt = 0; attempt != spinAttempts && !lock.try_lock(); ++attempt)
+            QThread::yieldCurrentThread();
+        if (!lock.owns_lock())
+            lock.lock();
+    }
     queue.append({text, endLine});
 }
 
