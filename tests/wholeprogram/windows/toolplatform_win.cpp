@@ -36,11 +36,31 @@ void registerClient(const QString &library)
         qFatal("cannot write the registry");
 }
 
+// Tells Wine which mapi32.dll it loads into programs of the tool's name: "builtin" its own, "native" the one
+// beside the executable (which Windows takes unasked), empty for none at all (which Windows does not know).
+// In the registry, since the environment of a process that another one starts does not reach Wine's loader.
+void setSystemLibrary(const QString &loadOrder)
+{
+    QSettings overrides(u"HKEY_CURRENT_USER\\Software\\Wine\\AppDefaults\\ostrelle.exe\\DllOverrides"_s,
+                        QSettings::NativeFormat);
+    overrides.setValue(u"mapi32"_s, loadOrder);
+    overrides.sync();
+    if (overrides.status() != QSettings::NoError)
+        qFatal("cannot write the registry");
+}
+
 QString windowTitle(HWND window)
 {
     std::array<wchar_t, 256> title = {};
     const int length = GetWindowTextW(window, title.data(), int(title.size()));
     return QString::fromWCharArray(title.data(), length);
+}
+
+QString windowClass(HWND window)
+{
+    std::array<wchar_t, 256> name = {};
+    const int length = GetClassNameW(window, name.data(), int(name.size()));
+    return QString::fromWCharArray(name.data(), length);
 }
 
 HWND visibleWindowOf(qint64 processId)
@@ -110,6 +130,23 @@ QString boxTextOf(const QString &copied)
     return text.trimmed();
 }
 
+// The text of a box of the system: its one label that is no picture.
+QString nativeBoxText(HWND window)
+{
+    QString text;
+    EnumChildWindows(
+        window,
+        [](HWND child, LPARAM parameter) -> BOOL {
+            std::array<wchar_t, 4096> words = {};
+            SendMessageW(child, WM_GETTEXT, words.size(), reinterpret_cast<LPARAM>(words.data()));
+            if (windowClass(child).compare("Static"_L1, Qt::CaseInsensitive) == 0 && words[0] != 0)
+                *reinterpret_cast<QString *>(parameter) = QString::fromWCharArray(words.data());
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&text));
+    return text;
+}
+
 // Sees the tool's windows, has each copy its words to the clipboard, and presses Return.
 class WindowWatcher final : public BoxWatcher
 {
@@ -124,9 +161,12 @@ public:
 
         SeenBox box;
         box.title = windowTitle(window);
-        clearClipboard();
         QElapsedTimer timer;
         timer.start();
+        if (windowClass(window) == "#32770"_L1)
+            box.text = nativeBoxText(window);
+        else
+            clearClipboard();
         // A box that has just come up may miss the first keys.
         while (box.text.isEmpty() && timer.elapsed() < 20000) {
             SetForegroundWindow(window);
@@ -156,14 +196,17 @@ void installProvider(const QString &choice, const QString &providers, const QStr
     // A library beside the executable comes before the system's.
     const QString beside = toolDirectory + u"/mapi32.dll"_s;
     QFile::remove(beside);
+    // Qt's complaint about a call that Wine does not have would go to the log as any warning does.
+    environment.insert(u"QT_LOGGING_RULES"_s, u"default.warning=false"_s);
     if (choice == "none"_L1) {
         registerClient(QString());
-        const QString overrides = environment.value(u"WINEDLLOVERRIDES"_s);
-        environment.insert(u"WINEDLLOVERRIDES"_s, overrides + u";mapi32="_s);
+        setSystemLibrary(QString());
     } else if (choice == "both"_L1 || choice == "wide"_L1) {
         registerClient(library);
+        setSystemLibrary(u"builtin"_s);
     } else {
         registerClient(QString());
+        setSystemLibrary(u"native"_s);
         if (!QFile::copy(library, beside))
             qFatal("cannot copy %s", qPrintable(library));
     }
