@@ -77,6 +77,11 @@ void ToolRun::letOthersRead() const
         qFatal("cannot share %s", qPrintable(m_directory.path()));
 }
 
+QString ToolRun::providers()
+{
+    return besideSuite(OSTRELLE_PROVIDERS);
+}
+
 ToolResult ToolRun::run(const QStringList &arguments) const
 {
     const QString record = m_toolDirectory.filePath(u"record.json"_s);
@@ -84,8 +89,7 @@ ToolResult ToolRun::run(const QStringList &arguments) const
     QProcessEnvironment toolEnvironment = environment;
     toolEnvironment.insert(u"OSTRELLE_RECORD"_s, QDir::toNativeSeparators(record));
     toolEnvironment.insert(u"OSTRELLE_RECORD_RESULT"_s, QString::number(m_result));
-    toolplatform::installProvider(m_provider, besideSuite(OSTRELLE_PROVIDERS), m_toolDirectory.path(),
-                                  toolEnvironment);
+    toolplatform::installProvider(m_provider, providers(), m_toolDirectory.path(), toolEnvironment);
 
     QProcess tool;
     tool.setProcessEnvironment(toolEnvironment);

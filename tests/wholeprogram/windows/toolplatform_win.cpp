@@ -1,5 +1,7 @@
 #include "toolplatform.h"
 
+#include "mailclients.h"
+
 #include <windows.h>
 
 #include <QDir>
@@ -7,7 +9,6 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
-#include <QSettings>
 #include <QThread>
 
 #include <array>
@@ -20,33 +21,13 @@ namespace toolplatform
 namespace
 {
 
-constexpr auto clientsKey = "HKEY_LOCAL_MACHINE\\Software\\Clients\\Mail";
-
-// Registers `library` as the machine's mail client; an empty path leaves the machine without one.
+// The library as the machine's mail client.
 void registerClient(const QString &library)
 {
-    QSettings clients(QString::fromLatin1(clientsKey), QSettings::NativeFormat);
+    using enum mailclients::Hive;
     const QString client = u"Ostrelle recorder"_s;
-    clients.setValue(u"Default"_s, library.isEmpty() ? QString() : client);
-    clients.remove(client);
-    if (!library.isEmpty())
-        clients.setValue(client + u"/DLLPath"_s, QDir::toNativeSeparators(library));
-    clients.sync();
-    if (clients.status() != QSettings::NoError)
-        qFatal("cannot write the registry");
-}
-
-// Tells Wine which mapi32.dll it loads into programs of the tool's name: "builtin" its own, "native" the one
-// beside the executable (which Windows takes unasked), empty for none at all (which Windows does not know).
-// In the registry, since the environment of a process that another one starts does not reach Wine's loader.
-void setSystemLibrary(const QString &loadOrder)
-{
-    QSettings overrides(u"HKEY_CURRENT_USER\\Software\\Wine\\AppDefaults\\ostrelle.exe\\DllOverrides"_s,
-                        QSettings::NativeFormat);
-    overrides.setValue(u"mapi32"_s, loadOrder);
-    overrides.sync();
-    if (overrides.status() != QSettings::NoError)
-        qFatal("cannot write the registry");
+    mailclients::setText(Machine, client, u"DLLPath"_s, QDir::toNativeSeparators(library));
+    mailclients::setDefault(Machine, client);
 }
 
 QString windowTitle(HWND window)
@@ -192,21 +173,21 @@ private:
 void installProvider(const QString &choice, const QString &providers, const QString &toolDirectory,
                      QProcessEnvironment &environment)
 {
-    const QString library = providers + u'/' + choice + u"/recordingprovider.dll"_s;
-    // A library beside the executable comes before the system's.
-    const QString beside = toolDirectory + u"/mapi32.dll"_s;
-    QFile::remove(beside);
     // Qt's complaint about a call that Wine does not have would go to the log as any warning does.
     environment.insert(u"QT_LOGGING_RULES"_s, u"default.warning=false"_s);
+    if (choice.isEmpty())
+        return;
+    const QString library = providers + u'/' + choice + u"/recordingprovider.dll"_s;
+    const QString beside = toolDirectory + u"/mapi32.dll"_s;
+    QFile::remove(beside);
+    mailclients::removeAll();
     if (choice == "none"_L1) {
-        registerClient(QString());
-        setSystemLibrary(QString());
+        mailclients::setSystemLibrary(QString());
     } else if (choice == "both"_L1 || choice == "wide"_L1) {
+        mailclients::setSystemLibrary(u"builtin"_s);
         registerClient(library);
-        setSystemLibrary(u"builtin"_s);
     } else {
-        registerClient(QString());
-        setSystemLibrary(u"native"_s);
+        mailclients::setSystemLibrary(u"native"_s);
         if (!QFile::copy(library, beside))
             qFatal("cannot copy %s", qPrintable(library));
     }
