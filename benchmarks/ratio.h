@@ -60,11 +60,11 @@ public:
         std::vector<double> peerTimes;
         for (int run = 0; run < options.runs; ++run) {
             if (run % 2 == 0) {
-                ourTimes.push_back(milliseconds(ours));
-                peerTimes.push_back(milliseconds(peer));
+                ourTimes.push_back(measured(ours));
+                peerTimes.push_back(measured(peer));
             } else {
-                peerTimes.push_back(milliseconds(peer));
-                ourTimes.push_back(milliseconds(ours));
+                peerTimes.push_back(measured(peer));
+                ourTimes.push_back(measured(ours));
             }
         }
         return report(name, median(std::move(ourTimes)), median(std::move(peerTimes)), options.bound);
