@@ -120,7 +120,7 @@ bool s3Dir::removeTree(bool force) const
 
 QString s3Dir::currentPath()
 {
-    const QString result = QDir::currentPath();
+    QString result = QDir::currentPath();
     s3Trace(226, [&] { return s3TraceText(u"s3Dir::currentPath"_s).argument(u"result"_s, result); });
     return result;
 }

@@ -160,7 +160,7 @@ QString s3File::errorText(QFileDevice::FileError defaultError) const
 
 QString s3File::nativeErrorText() const
 {
-    const QString text = errorString();
+    QString text = errorString();
     for (const NativeText &entry : nativeTexts) {
         if (text == entry.english)
             return s3Translate(entry.german.toString());
