@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -81,13 +82,13 @@ void s3GuiDictionary::buildIndex()
         for (qint32 i = 0; i < count; ++i)
             texts[size_t(i)] = keepText(sourceUnits(first + i));
         for (qint32 i = 0; i < count; ++i) {
-            const QString &text = texts[size_t(i)];
+            QString &text = texts[size_t(i)];
             const qint32 number = first + i;
             if (text.isEmpty())
                 continue;
-            m_textNumbers.insert(text, number);
             if (std::ranges::binary_search(renamedTexts, number))
                 m_textNumbers.insert(QString(text).replace("zerk ERP"_L1, "Zerk"_L1), number);
+            m_textNumbers.emplace(std::move(text), number);
         }
     }
 }
