@@ -3,6 +3,7 @@
 #include "languageobjects.h"
 #include "protocol/messagelog_p.h"
 #include "protocol/s3qeventprotocol_p.h"
+#include "s3tempdir.h"
 
 #include <QFile>
 
@@ -24,6 +25,16 @@ public:
 // reads; the event names come last.
 LogFile logFile;
 LanguageObjects language;
+
+}
+
+QString glob_file_tempDir;
+QString glob_file_localSettingsDir;
+
+namespace
+{
+
+QList<s3EnvironmentVariable> changedVariables;
 QHash<int, QString> &names = *new QHash<int, QString>(makeEventNames());
 QSet<int> &ignoredTypes = *new QSet<int>;
 
@@ -47,4 +58,9 @@ QHash<int, QString> &eventNames()
 QSet<int> &ignoredEventTypes()
 {
     return ignoredTypes;
+}
+
+QList<s3EnvironmentVariable> &environmentRecords()
+{
+    return changedVariables;
 }

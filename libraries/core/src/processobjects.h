@@ -1,6 +1,9 @@
 #pragma once
 
+#include "s3environmentvariable.h"
+
 #include <QHash>
+#include <QList>
 #include <QSet>
 #include <QString>
 
@@ -23,3 +26,7 @@ struct LanguageObjects;
 
 // Dictionaries, individual languages and unknown texts (languageobjects.h).
 [[nodiscard]] LanguageObjects &languageObjects();
+
+// The variables that s3TempDirSetEnvironmentVariables changed, oldest first. The process-wide strings of the
+// temporary directory (s3tempdir.h) are defined beside it.
+[[nodiscard]] QList<s3EnvironmentVariable> &environmentRecords();

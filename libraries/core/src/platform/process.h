@@ -71,4 +71,7 @@ public:
 // The real one of this platform; it lives as long as the process.
 [[nodiscard]] Processes &processes();
 
+// Whether a debugger is attached to this process at this moment. Any thread.
+[[nodiscard]] bool isDebuggerAttached();
+
 }

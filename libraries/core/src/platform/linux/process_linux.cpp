@@ -148,4 +148,16 @@ Processes &processes()
     return real;
 }
 
+bool isDebuggerAttached()
+{
+    // "TracerPid:\t0" stands for none.
+    const QByteArray start = "\nTracerPid:"_ba;
+    const QByteArray status = readProcFile(u"/proc/self/status"_s);
+    const qsizetype position = status.indexOf(start);
+    if (position < 0)
+        return false;
+    const qsizetype value = position + start.size();
+    return status.mid(value, status.indexOf('\n', value) - value).trimmed().toUInt() != 0;
+}
+
 }

@@ -93,4 +93,9 @@ Processes &processes()
     return real;
 }
 
+bool isDebuggerAttached()
+{
+    return IsDebuggerPresent() != FALSE;
+}
+
 }
