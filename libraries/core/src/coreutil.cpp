@@ -68,7 +68,7 @@ QString s3GetRegistryValue(const QString &root, const QString &key, const QStrin
 {
     const QVariant value
         = platform::registryValue(root + u'\\' + key, valueName.isEmpty() ? u"Default"_s : valueName);
-    const QString result = value.isValid() ? value.toString() : QString();
+    QString result = value.isValid() ? value.toString() : QString();
     s3Trace(registryTraceFlag, [&] {
         return u"s3GetRegistryValue('%1', '%2', '%3') = %4 (isValid=%5, type='%6')"_s.arg(
             root, key, valueName, result, s3String::fromBool(value.isValid()),
