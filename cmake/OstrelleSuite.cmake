@@ -1,9 +1,12 @@
-# ostrelle_add_suite(NAME [SOURCES file...] [LIBRARIES target...] [TIMEOUT seconds])
+# ostrelle_add_suite(NAME [SOURCES file...] [LIBRARIES target...] [TIMEOUT seconds] [THREADS])
 #
 # One Qt Test program from tst_NAME.cpp of the calling folder plus SOURCES, registered with CTest
-# under the same name. Suites run on Qt's offscreen platform unless they start programs of their own.
+# under the same name. THREADS marks a suite with threads of its own: it is also built by the target
+# suites_with_threads and carries CTest's label "threads". Suites run on Qt's offscreen platform unless they start programs of their own.
+add_custom_target(suites_with_threads)
+
 function(ostrelle_add_suite name)
-    cmake_parse_arguments(PARSE_ARGV 1 suite "" "TIMEOUT" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 suite "THREADS" "TIMEOUT" "SOURCES;LIBRARIES")
     if(NOT suite_TIMEOUT)
         set(suite_TIMEOUT 300)
     endif()
@@ -23,4 +26,8 @@ function(ostrelle_add_suite name)
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${suite_TIMEOUT}
         ENVIRONMENT "${environment}")
+    if(suite_THREADS)
+        set_tests_properties(${name} PROPERTIES LABELS threads)
+        add_dependencies(suites_with_threads tst_${name})
+    endif()
 endfunction()

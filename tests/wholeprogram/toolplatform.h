@@ -21,7 +21,8 @@ struct SeenBox {
 
 // Puts the recording provider with the entries `choice` ("both", "wide", "narrow", "neither", or "none"
 // for a system without Simple MAPI) in the place where the tool finds a mail client, for a tool that
-// is started from `toolDirectory` with `environment`. `providers` is the folder of the built ones.
+// is started from `toolDirectory` with `environment`. `providers` is the folder of the built ones. An empty
+// `choice` leaves everything as the suite has arranged it.
 void installProvider(const QString &choice, const QString &providers, const QString &toolDirectory,
                      QProcessEnvironment &environment);
 

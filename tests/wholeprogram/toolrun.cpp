@@ -77,14 +77,18 @@ void ToolRun::letOthersRead() const
         qFatal("cannot share %s", qPrintable(m_directory.path()));
 }
 
+QString ToolRun::providers()
+{
+    return besideSuite(OSTRELLE_PROVIDERS);
+}
+
 std::unique_ptr<QProcess> ToolRun::start(const QStringList &arguments) const
 {
     QFile::remove(recordFile());
     QProcessEnvironment toolEnvironment = environment;
     toolEnvironment.insert(u"OSTRELLE_RECORD"_s, QDir::toNativeSeparators(recordFile()));
     toolEnvironment.insert(u"OSTRELLE_RECORD_RESULT"_s, QString::number(m_result));
-    toolplatform::installProvider(m_provider, besideSuite(OSTRELLE_PROVIDERS), m_toolDirectory.path(),
-                                  toolEnvironment);
+    toolplatform::installProvider(m_provider, providers(), m_toolDirectory.path(), toolEnvironment);
 
     auto tool = std::make_unique<QProcess>();
     tool->setProcessEnvironment(toolEnvironment);

@@ -45,7 +45,13 @@ public:
     // beside the zml file.
     void letOthersRead() const;
 
-    // Which entries the mail client has ("both" at first) and what it answers (0 at first).
+    // The folder that the tool is started from.
+    [[nodiscard]] QString toolDirectory() const { return m_toolDirectory.path(); }
+    // The folder of the built recording providers.
+    [[nodiscard]] static QString providers();
+
+    // Which entries the mail client has ("both" at first; empty: the suite arranges that itself) and what it
+    // answers (0 at first).
     void setProvider(const QString &choice) { m_provider = choice; }
     void setResult(quint32 code) { m_result = code; }
 

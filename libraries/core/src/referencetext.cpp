@@ -18,6 +18,9 @@ ReferenceText::ReferenceText(const QString &text, Form form, const QStringList &
         m_hits.insert(name, {});
         m_longestName = std::max(m_longestName, name.size());
     }
+    const qsizetype parts = text.count(m_mark) + 1;
+    m_parts.reserve(parts);
+    m_pieces.reserve(2 * parts); // A piece for each part and for a value in it.
     Index last = none;
     for (const QStringView part : QStringView(text).tokenize(m_mark)) {
         last = insertPart(last, none);

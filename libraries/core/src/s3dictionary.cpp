@@ -10,6 +10,7 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 using namespace Qt::StringLiterals;
@@ -25,21 +26,34 @@ quint32 absolute(qint32 number)
 }
 
 // The number of code units from `start` up to the first zero unit, or else up to `end`. Texts lie at odd
-// addresses, so units are compared in words of four that are copied out.
+// addresses, so the units are copied out, four at a time.
 qsizetype textLength(const uchar *start, const uchar *end)
 {
     constexpr quint64 ones = 0x0001'0001'0001'0001;
     constexpr quint64 highBits = 0x8000'8000'8000'8000;
+    constexpr qsizetype unitBits = 16;
     const uchar *position = start;
     while (end - position >= qptrdiff(sizeof(quint64))) {
-        const auto word = qFromUnaligned<quint64>(position);
-        if (((word - ones) & ~word & highBits) != 0)
-            break;
+        // The first unit in the file becomes the lowest one.
+        const auto units = qFromLittleEndian<quint64>(position);
+        // The lowest of these bits is that of the first zero unit; those above it may be wrong.
+        const quint64 zeros = (units - ones) & ~units & highBits;
+        if (zeros != 0)
+            return (position - start) / qsizetype(sizeof(char16_t)) + std::countr_zero(zeros) / unitBits;
         position += sizeof(quint64);
     }
     while (end - position >= qptrdiff(sizeof(char16_t)) && qFromUnaligned<char16_t>(position) != 0)
         position += sizeof(char16_t);
     return (position - start) / qsizetype(sizeof(char16_t));
+}
+
+QString toText(QByteArrayView units)
+{
+    if (units.isEmpty())
+        return {};
+    QString text(units.size() / qsizetype(sizeof(char16_t)), Qt::Uninitialized);
+    std::memcpy(text.data(), units.data(), size_t(units.size()));
+    return text;
 }
 
 } // namespace
@@ -63,7 +77,7 @@ bool s3Dictionary::open(QString &error)
     if (m_file)
         return true;
     m_file = std::make_unique<s3File>(m_filePath);
-    if (m_file->open(QIODevice::ReadOnly)) {
+    if (m_file->open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         error = checkHeader();
         // The mapping lives as long as the file object.
         m_file->close();
@@ -105,9 +119,10 @@ QString s3Dictionary::checkHeader()
     if (base == nullptr)
         return u"Cannot map dictionary into memory!"_s;
 
+    // Reading costs less than the first touch of the mapping, which for a large file brings in many pages.
     // A header that is cut off is filled up with zeros, as the system fills up the last page of a mapping.
     char header[headerSize] = {};
-    std::memcpy(header, base, size_t(std::min(fileSize, headerSize)));
+    m_file->read(header, headerSize);
     const auto decimal = [&](qint64 offset, qint64 digits) {
         return qint32(QByteArray(header + offset, digits).toUInt());
     };
@@ -158,34 +173,34 @@ const uchar *s3Dictionary::cell(qint32 number, qint32 language) const
                             : address(m_texts, qFromBigEndian<quint32>(value), qint64(sizeof(char16_t)));
 }
 
-QString s3Dictionary::textAt(const uchar *start) const
+QByteArrayView s3Dictionary::unitsAt(const uchar *start) const
 {
     if (start == nullptr)
         return {};
-    const qsizetype length = textLength(start, m_end);
-    if (length == 0)
-        return {};
-    QString text(length, Qt::Uninitialized);
-    std::memcpy(text.data(), start, size_t(length) * sizeof(char16_t));
-    return text;
+    return {start, textLength(start, m_end) * qsizetype(sizeof(char16_t))};
 }
 
 bool s3Dictionary::isUnfilled(const uchar *start, qint32 number) const
 {
     return qFromUnaligned<char16_t>(start) == u'*'
-        && textAt(start) == s3MissingTextMark(qint32(absolute(number)));
+        && toText(unitsAt(start)) == s3MissingTextMark(qint32(absolute(number)));
 }
 
 QString s3Dictionary::text(qint32 number, qint32 language) const
 {
     const uchar *start = cell(number, language);
-    return start == nullptr ? s3MissingTextMark(number) : textAt(start);
+    return start == nullptr ? s3MissingTextMark(number) : toText(unitsAt(start));
+}
+
+QByteArrayView s3Dictionary::sourceUnits(qint32 number) const
+{
+    const uchar *start = cell(number, -1);
+    return start == nullptr || isUnfilled(start, number) ? QByteArrayView() : unitsAt(start);
 }
 
 QString s3Dictionary::sourceText(qint32 number) const
 {
-    const uchar *start = cell(number, -1);
-    return start == nullptr || isUnfilled(start, number) ? QString() : textAt(start);
+    return toText(sourceUnits(number));
 }
 
 bool s3Dictionary::hasText(qint32 number, qint32 language) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
 
 #include <memory>
@@ -60,6 +61,10 @@ public:
 
 protected:
     [[nodiscard]] QString filePath() const { return m_filePath; }
+    [[nodiscard]] bool isOpen() const { return m_file != nullptr; }
+
+    // What sourceText copies: the code units in the mapping, at any address and valid until `close`.
+    [[nodiscard]] QByteArrayView sourceUnits(qint32 number) const;
 
 private:
     // Maps the open file and sets counts and pointers; the result is the reason of a refusal.
@@ -74,8 +79,8 @@ private:
     // Whether the cell at `start` holds the missing-text mark of its row's number.
     [[nodiscard]] bool isUnfilled(const uchar *start, qint32 number) const;
 
-    // The text that begins at `start`; empty for null.
-    [[nodiscard]] QString textAt(const uchar *start) const;
+    // The code units of the text that begins at `start`; none for null.
+    [[nodiscard]] QByteArrayView unitsAt(const uchar *start) const;
 
     QString m_filePath;
     std::unique_ptr<s3File> m_file;

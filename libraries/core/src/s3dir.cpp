@@ -9,17 +9,26 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// A link to a file or, on Linux, to anything is removed like a file; a Windows link to a directory is
-// itself a directory entry.
+bool isLink(const QFileInfo &entry)
+{
+    return entry.isSymLink() || entry.isJunction();
+}
+
+// Removes a link and never what it leads to. A Windows link to a directory is itself a directory entry.
 bool removeLink(const QString &path)
 {
     return QFile::remove(path) || QDir().rmdir(path);
 }
 
-// An s3File on exactly this entry. A listed name may hold a backslash on Linux; with forward slashes it
-// would be another file, perhaps one outside the tree.
-void removeFile(const QString &path)
+// Removes a listed entry that is no directory, as s3File::remove(true) does. Most go at the first attempt,
+// without a look at them before.
+void removeFile(const QFileInfo &entry)
 {
+    const QString path = entry.filePath();
+    if (QFile::remove(path) || isLink(entry))
+        return;
+    // A listed name may hold a backslash on Linux; with forward slashes it would be another file, perhaps
+    // one outside the tree.
     s3File file{QString()};
     file.QFile::setFileName(path);
     file.remove(true);
@@ -92,19 +101,19 @@ bool s3Dir::removeTree(bool force) const
         return true;
     if (!force)
         return false;
-    if (QFileInfo(path).isSymLink())
+    if (isLink(QFileInfo(path)))
         return removeLink(path);
     refresh();
     const QFileInfoList entries = entryInfoList(
-        QDir::Files | QDir::AllDirs | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::NoSort);
+        QDir::Files | QDir::AllDirs | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
     // What an entry refuses shows in the last step, so the single results do not matter.
     for (const QFileInfo &entry : entries) {
-        if (entry.isSymLink() || entry.isJunction())
+        if (!entry.isDir())
+            removeFile(entry);
+        else if (isLink(entry))
             removeLink(entry.filePath());
-        else if (entry.isDir())
-            s3Dir(entry).removeTree(true);
         else
-            removeFile(entry.filePath());
+            s3Dir(entry).removeTree(true);
     }
     return QDir::rmdir(path);
 }

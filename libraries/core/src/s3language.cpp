@@ -143,7 +143,7 @@ QString s3LanguageName(const QString &letter)
 {
     if (letter.isEmpty())
         return {};
-    const QString name = s3IndividualLanguageName(letter);
+    QString name = s3IndividualLanguageName(letter);
     if (!name.isEmpty())
         return name;
     const qint32 index = s3LanguageIndex(letter);

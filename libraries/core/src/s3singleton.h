@@ -15,7 +15,7 @@ public:
     [[nodiscard]] static T *singletonInstance()
     {
         static constinit T *object = nullptr;
-        if (object == nullptr)
+        if (object == nullptr) [[unlikely]]
             object = new T;
         return object;
     }

@@ -23,6 +23,8 @@ public:
     // The position of the next of both, the length of the text behind the last one.
     [[nodiscard]] qsizetype position() const { return std::min(m_return, m_feed); }
     [[nodiscard]] bool atFeed() const { return m_feed < m_return; }
+    // Whether a carriage return is still to come.
+    [[nodiscard]] bool hasReturn() const { return m_return < m_text.size(); }
     void advance()
     {
         if (atFeed())
@@ -43,11 +45,12 @@ private:
     qsizetype m_feed;
 };
 
-// The length of `text` without carriage returns and with `feedLength` units for each line feed.
-qsizetype lengthWithLineEnds(const QString &text, qsizetype feedLength)
+// The length of a text of `length` units, at whose first line end `cursor` is, without carriage returns and
+// with `feedLength` units for each line feed.
+qsizetype lengthWithLineEnds(qsizetype length, LineEndCursor cursor, qsizetype feedLength)
 {
-    qsizetype result = text.size();
-    for (LineEndCursor cursor(text); cursor.position() < text.size(); cursor.advance())
+    qsizetype result = length;
+    for (; cursor.position() < length; cursor.advance())
         result += cursor.atFeed() ? feedLength - 1 : -1;
     return result;
 }
@@ -58,19 +61,21 @@ s3String &s3String::replaceLineEnds(const QString &replacement)
 {
     const qsizetype feedLength = replacement.size();
     const bool feedStays = feedLength == 1 && replacement.front() == u'\n';
-    if (!contains(u'\r') && (feedStays || !contains(u'\n')))
+    LineEndCursor cursor(*this);
+    if (cursor.position() == size() || (feedStays && !cursor.hasReturn()))
         return *this;
     // One pass. A text that does not grow is put together in its own buffer if it is nobody else's: the
     // place of writing is never before the place of reading.
     const bool inPlace = feedLength <= 1 && isDetached();
     QString other;
     if (!inPlace)
-        other = QString(feedLength <= 1 ? size() : lengthWithLineEnds(*this, feedLength), Qt::Uninitialized);
+        other = QString(feedLength <= 1 ? size() : lengthWithLineEnds(size(), cursor, feedLength),
+                        Qt::Uninitialized);
     QChar *const begin = inPlace ? data() : other.data();
     QChar *out = begin;
     const QChar *const in = constData();
     qsizetype copied = 0;
-    for (LineEndCursor cursor(*this);; cursor.advance()) {
+    for (;; cursor.advance()) {
         const qsizetype position = cursor.position();
         const auto length = size_t(position - copied);
         // Text before the first change in its own buffer is where it belongs.

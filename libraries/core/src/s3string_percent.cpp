@@ -15,10 +15,10 @@ using ByteSet = std::array<bool, 256>;
 constexpr ByteSet unreservedAnd(std::string_view others)
 {
     ByteSet set{};
-    for (int byte = '0'; byte <= '9'; ++byte)
-        set[size_t(byte)] = true;
-    for (int byte = 'a'; byte <= 'z'; ++byte)
-        set[size_t(byte)] = set[size_t(byte - 'a' + 'A')] = true;
+    for (unsigned char byte = '0'; byte <= '9'; ++byte)
+        set[byte] = true;
+    for (unsigned char byte = 'a'; byte <= 'z'; ++byte)
+        set[byte] = set[byte - 'a' + 'A'] = true;
     for (const std::string_view list : {std::string_view("-._~"), others}) {
         for (const char byte : list)
             set[static_cast<unsigned char>(byte)] = true;

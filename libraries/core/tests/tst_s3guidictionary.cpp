@@ -101,6 +101,8 @@ private Q_SLOTS:
     void openFailure();
     void missingFallbackIsNoFailure();
     void closeKeepsTheIndex();
+    void reopenedFileAddsToTheIndex();
+    void longSourceTexts();
     void translations_data();
     void translations();
     void ellipses_data();
@@ -108,6 +110,7 @@ private Q_SLOTS:
     void manyEllipses();
     void secondKeys_data();
     void secondKeys();
+    void everyTextIsInTheIndex();
     void unknownTextsAreCollected();
     void languagesHaveTheirOwnAnswers();
     void fallback_data();
@@ -166,6 +169,39 @@ void TestGuiDictionary::closeKeepsTheIndex()
     // A second opening builds the same index again.
     QVERIFY(dictionary->open());
     QCOMPARE(dictionary->translateText(u"nur hier"_s, american), u"only here"_s);
+}
+
+void TestGuiDictionary::reopenedFileAddsToTheIndex()
+{
+    auto first
+        = std::make_unique<MemoryResource>(u":/gui/changing.dat"_s, dictionaryBytes(primaryContents()));
+    s3GuiDictionary dictionary(u":/gui/changing.dat"_s, u":/none"_s);
+    QVERIFY(dictionary.open());
+    dictionary.close();
+    first.reset();
+    DictionaryContents contents;
+    contents.texts = {{1, {QString(), u"Neu"_s, {{french, u"Nouveau"_s}}}}};
+    const MemoryResource second(u":/gui/changing.dat"_s, dictionaryBytes(contents));
+    QVERIFY(dictionary.open());
+    QCOMPARE(dictionary.translateText(u"Neu"_s, french), u"Nouveau"_s);
+    // The old source text still leads to its number.
+    QCOMPARE(dictionary.translateText(u"Datei"_s, french), u"Nouveau"_s);
+    QCOMPARE(dictionary.translateText(u"nur hier"_s, french), u"*** 9 ***"_s);
+}
+
+void TestGuiDictionary::longSourceTexts()
+{
+    DictionaryContents contents;
+    for (qint32 number = 1; number <= 40; ++number) {
+        contents.texts.insert(
+            number,
+            {QString(), QString(number * 5'000, QChar(u'A' + number)), {{english, QString::number(number)}}});
+    }
+    GuiDictionary dictionary(contents);
+    QVERIFY(dictionary.isOpen());
+    for (qint32 number = 1; number <= 40; ++number) {
+        QCOMPARE(dictionary->translateText(contents.texts[number].source, english), QString::number(number));
+    }
 }
 
 void TestGuiDictionary::translations_data()
@@ -259,6 +295,24 @@ void TestGuiDictionary::secondKeys()
     GuiDictionary dictionary(primaryContents());
     QVERIFY(dictionary.isOpen());
     QTEST(dictionary->translateText(source, english), "text");
+}
+
+void TestGuiDictionary::everyTextIsInTheIndex()
+{
+    // Numbers that differ by 1000 share their source text.
+    constexpr qint32 count = 2500;
+    DictionaryContents contents;
+    for (qint32 number = 1; number <= count; ++number) {
+        contents.texts.insert(
+            number, {QString(), u"Text %1"_s.arg(number % 1000), {{english, u"text no. %1"_s.arg(number)}}});
+    }
+    GuiDictionary dictionary(contents);
+    QVERIFY(dictionary.isOpen());
+    for (qint32 remainder = 0; remainder < 1000; ++remainder) {
+        const qint32 highest = remainder + (remainder <= 500 ? 2000 : 1000);
+        QCOMPARE(dictionary->translateText(u"Text %1"_s.arg(remainder), english),
+                 u"text no. %1"_s.arg(highest));
+    }
 }
 
 void TestGuiDictionary::unknownTextsAreCollected()

@@ -117,7 +117,7 @@ private:
         const QJsonArray read = paths.size() == 1 ? readMails(paths, &error) : QJsonArray();
         if (read.size() != 1)
             qWarning("%lld mails in the outbox; %s", qint64(paths.size()), qPrintable(error));
-        const QJsonObject mail = read.isEmpty() ? QJsonObject() : read.first().toObject();
+        QJsonObject mail = read.isEmpty() ? QJsonObject() : read.first().toObject();
         if (!mail.value(u"defects"_s).toArray().isEmpty())
             qWarning() << mail.value(u"defects"_s);
         return mail;
@@ -430,7 +430,7 @@ void TestMapiLibrary::subjects_data()
     same("percent", u"%0D%0ABcc: evil@example.org"_s);
     same("a hundred words", u"Wort "_s.repeated(100) + u'x');
     same("one long word", u"a"_s.repeated(3000));
-    same("a MiB of ascii", u"a"_s.repeated(1024 * 1024));
+    same("a MiB of ascii", u"a"_s.repeated(qsizetype(1024) * 1024));
     same("a MiB of words", u"word wörd "_s.repeated(100000) + u'x');
     same("only blanks", u"   "_s);
     QTest::newRow("lone surrogate") << QString(QChar(0xD83D)) + u"x"_s << u"\ufffdx"_s;
@@ -504,7 +504,7 @@ void TestMapiLibrary::noteTexts()
     QCOMPARE(mail.attach(path(u"a.txt"_s)).sendWide(m_library, dialog), SUCCESS_SUCCESS);
     const QJsonArray all = readMails(mails());
     QCOMPARE(all.size(), 2);
-    for (const QJsonValue &value : all) {
+    for (const QJsonValue value : all) {
         const QJsonObject read = value.toObject();
         QVERIFY(isSound(read));
         QVERIFY(read.value(u"ascii"_s).toBool());
@@ -888,7 +888,7 @@ void TestMapiLibrary::killedInTheMiddle()
         QTest::qSleep(int(random() % 60));
     }
     const QString expected = sha256(QByteArray(6000000, 'x'));
-    for (const QJsonValue &value : readMails(mails())) {
+    for (const QJsonValue value : readMails(mails())) {
         const QJsonObject read = value.toObject();
         QVERIFY(isSound(read));
         QCOMPARE(part(read, 1).value(u"sha256"_s).toString(), expected);
@@ -904,6 +904,7 @@ void TestMapiLibrary::manyProcesses()
     constexpr int mailsEach = 10;
     QVERIFY(writeFile(path(u"a.bin"_s), QByteArray(50000, 'x')));
     std::vector<std::unique_ptr<ForkedCall>> senders;
+    senders.reserve(processes);
     for (int i = 0; i < processes; ++i) {
         senders.push_back(std::make_unique<ForkedCall>([&, i] {
             for (int j = 0; j < mailsEach; ++j) {
@@ -918,7 +919,7 @@ void TestMapiLibrary::manyProcesses()
     for (const auto &sender : senders)
         QCOMPARE(sender->wait(), int(SUCCESS_SUCCESS));
     QSet<QString> subjects;
-    for (const QJsonValue &value : readMails(mails())) {
+    for (const QJsonValue value : readMails(mails())) {
         QVERIFY(isSound(value.toObject()));
         subjects.insert(value.toObject().value(u"subject"_s).toString());
         QCOMPARE(part(value.toObject(), 1).value(u"size"_s).toInt(), 50000);
@@ -933,6 +934,7 @@ void TestMapiLibrary::manyThreads()
     QVERIFY(writeFile(path(u"ü.bin"_s), QByteArray(50000, 'x')));
     std::atomic<int> failures = 0;
     std::vector<std::unique_ptr<QThread>> senders;
+    senders.reserve(threads);
     for (int i = 0; i < threads; ++i) {
         senders.emplace_back(QThread::create([&, i] {
             for (int j = 0; j < mailsEach; ++j) {
@@ -947,7 +949,7 @@ void TestMapiLibrary::manyThreads()
         QVERIFY(sender->wait(60000));
     QCOMPARE(failures.load(), 0);
     QSet<QString> subjects;
-    for (const QJsonValue &value : readMails(mails())) {
+    for (const QJsonValue value : readMails(mails())) {
         QVERIFY(isSound(value.toObject()));
         subjects.insert(value.toObject().value(u"subject"_s).toString());
     }
@@ -964,8 +966,6 @@ void TestMapiLibrary::workingDirectoryIsNotInTheMail()
     QVERIFY(file.open(QIODevice::ReadOnly));
     QVERIFY(!file.readAll().contains(m_dir->path().section(u'/', -1).toUtf8()));
 }
-
-Q_DECLARE_METATYPE(TestMail)
 
 QTEST_GUILESS_MAIN(TestMapiLibrary)
 #include "tst_mapilibrary.moc"

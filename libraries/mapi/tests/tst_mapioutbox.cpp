@@ -443,6 +443,7 @@ void TestMapiOutbox::manyWriters()
     constexpr int mails = 25;
     const QString directory = path(u"outbox"_s);
     std::vector<std::unique_ptr<ForkedCall>> writers;
+    writers.reserve(processes);
     for (int i = 0; i < processes; ++i) {
         writers.push_back(std::make_unique<ForkedCall>([&, i] {
             for (int j = 0; j < mails; ++j) {

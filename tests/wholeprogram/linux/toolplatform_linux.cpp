@@ -38,6 +38,8 @@ private:
 void installProvider(const QString &choice, const QString &providers, const QString &toolDirectory,
                      QProcessEnvironment &environment)
 {
+    if (choice.isEmpty())
+        return;
     // The library that comes with the tool is found relative to it; the suites start the tool from a
     // folder where there is none, so this is the only one.
     environment.remove(u"LD_LIBRARY_PATH"_s);

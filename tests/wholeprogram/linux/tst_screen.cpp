@@ -29,9 +29,11 @@ private:
 
 void TestScreen::initTestCase()
 {
-    m_server.start(
-        u"Xvfb"_s,
-        {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x1024x24"_s, u"-nolisten"_s, u"tcp"_s});
+    // Without -noreset the server starts over whenever its last client goes, and one that comes at that
+    // moment is lost.
+    m_server.start(u"Xvfb"_s,
+                   {u"-noreset"_s, u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x1024x24"_s,
+                    u"-nolisten"_s, u"tcp"_s});
     QVERIFY2(m_server.waitForReadyRead(60000), "Xvfb does not start");
     m_display = u':' + QString::fromLatin1(m_server.readLine().trimmed());
     QVERIFY(m_display.size() > 1);

@@ -1,5 +1,7 @@
 #include "toolplatform.h"
 
+#include "mailclients.h"
+
 #include <windows.h>
 
 #include <QDir>
@@ -7,7 +9,6 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
-#include <QSettings>
 #include <QThread>
 
 #include <array>
@@ -20,20 +21,13 @@ namespace toolplatform
 namespace
 {
 
-constexpr auto clientsKey = "HKEY_LOCAL_MACHINE\\Software\\Clients\\Mail";
-
-// Registers `library` as the machine's mail client; an empty path leaves the machine without one.
+// The library as the machine's mail client.
 void registerClient(const QString &library)
 {
-    QSettings clients(QString::fromLatin1(clientsKey), QSettings::NativeFormat);
+    using enum mailclients::Hive;
     const QString client = u"Ostrelle recorder"_s;
-    clients.setValue(u"Default"_s, library.isEmpty() ? QString() : client);
-    clients.remove(client);
-    if (!library.isEmpty())
-        clients.setValue(client + u"/DLLPath"_s, QDir::toNativeSeparators(library));
-    clients.sync();
-    if (clients.status() != QSettings::NoError)
-        qFatal("cannot write the registry");
+    mailclients::setText(Machine, client, u"DLLPath"_s, QDir::toNativeSeparators(library));
+    mailclients::setDefault(Machine, client);
 }
 
 QString windowTitle(HWND window)
@@ -41,6 +35,13 @@ QString windowTitle(HWND window)
     std::array<wchar_t, 256> title = {};
     const int length = GetWindowTextW(window, title.data(), int(title.size()));
     return QString::fromWCharArray(title.data(), length);
+}
+
+QString windowClass(HWND window)
+{
+    std::array<wchar_t, 256> name = {};
+    const int length = GetClassNameW(window, name.data(), int(name.size()));
+    return QString::fromWCharArray(name.data(), length);
 }
 
 HWND visibleWindowOf(qint64 processId)
@@ -110,6 +111,23 @@ QString boxTextOf(const QString &copied)
     return text.trimmed();
 }
 
+// The text of a box of the system: its one label that is no picture.
+QString nativeBoxText(HWND window)
+{
+    QString text;
+    EnumChildWindows(
+        window,
+        [](HWND child, LPARAM parameter) -> BOOL {
+            std::array<wchar_t, 4096> words = {};
+            SendMessageW(child, WM_GETTEXT, words.size(), reinterpret_cast<LPARAM>(words.data()));
+            if (windowClass(child).compare("Static"_L1, Qt::CaseInsensitive) == 0 && words[0] != 0)
+                *reinterpret_cast<QString *>(parameter) = QString::fromWCharArray(words.data());
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&text));
+    return text;
+}
+
 // Sees the tool's windows, has each copy its words to the clipboard, and presses Return.
 class WindowWatcher final : public BoxWatcher
 {
@@ -124,9 +142,12 @@ public:
 
         SeenBox box;
         box.title = windowTitle(window);
-        clearClipboard();
         QElapsedTimer timer;
         timer.start();
+        if (windowClass(window) == "#32770"_L1)
+            box.text = nativeBoxText(window);
+        else
+            clearClipboard();
         // A box that has just come up may miss the first keys.
         while (box.text.isEmpty() && timer.elapsed() < 20000) {
             SetForegroundWindow(window);
@@ -152,18 +173,21 @@ private:
 void installProvider(const QString &choice, const QString &providers, const QString &toolDirectory,
                      QProcessEnvironment &environment)
 {
+    // Qt's complaint about a call that Wine does not have would go to the log as any warning does.
+    environment.insert(u"QT_LOGGING_RULES"_s, u"default.warning=false"_s);
+    if (choice.isEmpty())
+        return;
     const QString library = providers + u'/' + choice + u"/recordingprovider.dll"_s;
-    // A library beside the executable comes before the system's.
     const QString beside = toolDirectory + u"/mapi32.dll"_s;
     QFile::remove(beside);
+    mailclients::removeAll();
     if (choice == "none"_L1) {
-        registerClient(QString());
-        const QString overrides = environment.value(u"WINEDLLOVERRIDES"_s);
-        environment.insert(u"WINEDLLOVERRIDES"_s, overrides + u";mapi32="_s);
+        mailclients::setSystemLibrary(QString());
     } else if (choice == "both"_L1 || choice == "wide"_L1) {
+        mailclients::setSystemLibrary(u"builtin"_s);
         registerClient(library);
     } else {
-        registerClient(QString());
+        mailclients::setSystemLibrary(u"native"_s);
         if (!QFile::copy(library, beside))
             qFatal("cannot copy %s", qPrintable(library));
     }

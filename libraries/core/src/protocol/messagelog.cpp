@@ -7,7 +7,7 @@
 #include <QFile>
 #include <QMutex>
 #include <QMutexLocker>
-#include <QTextStream>
+#include <QStringEncoder>
 
 #include <atomic>
 #include <vector>
@@ -39,10 +39,9 @@ void messageHandler(QtMsgType type, const QMessageLogContext &context, const QSt
     // here for ever: Qt sends what a handler logs past all handlers.
     const QMutexLocker lock(&logMutex());
     if (!logFileIsGone && messageLogFile().open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::Append)) {
-        QTextStream stream(&messageLogFile());
-        stream.setEncoding(QStringConverter::Utf8);
-        stream << qFormatLogMessage(type, context, message + u'\n');
-        stream.flush();
+        // Not QString::toUtf8, which makes a question mark of a lone surrogate.
+        QStringEncoder utf8(QStringConverter::Utf8);
+        messageLogFile().write(utf8.encode(qFormatLogMessage(type, context, message + u'\n')));
         messageLogFile().close();
     }
     previousHandler(type, context, message);

@@ -54,7 +54,7 @@ private:
         if (!length || !offset || qint64(*offset) + *length > m_bytes.size())
             return std::nullopt;
         const QByteArray text = m_bytes.mid(*offset, *length);
-        return text.left(qstrnlen(text.constData(), size_t(text.size())));
+        return text.left(qsizetype(qstrnlen(text.constData(), size_t(text.size()))));
     }
 
     const QByteArray &m_bytes;
