@@ -5,6 +5,7 @@
 #include "platform/registry.h"
 #include "platform/systemerror.h"
 #include "protocol/s3assert.h"
+#include "protocol/s3debugtrycatch.h"
 #include "s3fileinfo.h"
 #include "s3string.h"
 #include "test/s3trace.h"
@@ -18,6 +19,8 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+
+constexpr const char *sourceFile = "libraries/core/src/coreutil";
 
 constinit std::atomic<bool> useBeepError = false;
 
@@ -68,7 +71,7 @@ QString s3GetRegistryValue(const QString &root, const QString &key, const QStrin
 {
     const QVariant value
         = platform::registryValue(root + u'\\' + key, valueName.isEmpty() ? u"Default"_s : valueName);
-    const QString result = value.isValid() ? value.toString() : QString();
+    QString result = value.isValid() ? value.toString() : QString();
     s3Trace(registryTraceFlag, [&] {
         return u"s3GetRegistryValue('%1', '%2', '%3') = %4 (isValid=%5, type='%6')"_s.arg(
             root, key, valueName, result, s3String::fromBool(value.isValid()),
@@ -155,6 +158,7 @@ bool s3MemoryReportOf(platform::Processes &processes, QString &text)
         appendBrowserProcesses(processes, text);
         return true;
     } catch (...) {
+        DEBUG_TRYCATCH(sourceFile, "s3MemoryReport");
         return false; // the crash path asks: a report without these lines is better than none
     }
 }
@@ -180,7 +184,6 @@ QString s3VersionText(const platform::VersionInfo &info, const QString &key)
         = s3String::fromHex(translation[0], 4, false) + s3String::fromHex(translation[1], 4, false);
     if (!info.query(u"\\StringFileInfo\\%1\\%2"_s.arg(language, key), value, size))
         return QString();
-    constexpr const char *sourceFile = "libraries/core/src/coreutil";
     const auto *text = static_cast<const QChar *>(value);
     s3Assert(size > 0, "size > 0", sourceFile, "vs_query_info");
     s3Assert(text[size - 1] == QChar::Null, "value[size - 1] == QChar::Null", sourceFile, "vs_query_info");

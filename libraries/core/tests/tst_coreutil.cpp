@@ -415,8 +415,14 @@ void TestCoreUtil::memoryReportSurvivesAnException()
 {
     ScriptedProcesses processes;
     processes.throwsInSnapshot = true;
+    const ScopedTestFlag tracing(400);
+    const TraceRecorder trace;
     QString text;
     QVERIFY(!s3MemoryReportOf(processes, text));
+    static const QRegularExpression line(
+        u"^DEBUG_TRYCATCH\\(\\) libraries/core/src/coreutil:[0-9]+  s3MemoryReport\\(\\) = false$"_s);
+    QCOMPARE(trace.lines().size(), 1);
+    QVERIFY2(line.match(trace.lines().at(0)).hasMatch(), qPrintable(trace.lines().at(0)));
     QVERIFY(text.startsWith(u"Memory usage: "_s));
 }
 

@@ -1,9 +1,15 @@
 #include "error/s3exception.h"
 #include "ostrelletest/childrun.h"
+#include "ostrelletest/scopedcurrentdir.h"
 #include "ostrelletest/thrownmessage.h"
+#include "ostrelletest/tracerecorder.h"
 #include "protocol/s3assert.h"
 #include "protocol/s3crashhandler.h"
+#include "protocol/s3debugtrycatch.h"
+#include "protocol/s3logfilestream.h"
 
+#include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <cstdio>
@@ -22,6 +28,12 @@ private Q_SLOTS:
     void assertionFormIsSilentWhenItHolds();
     void assertionFormNamesItsSite();
     void assertionFormWithText();
+    void thereIsOneHandler();
+    void noDebuggerNoBreak();
+    void tryCatchIsSilentWithoutFlags();
+    void tryCatchTraces_data();
+    void tryCatchTraces();
+    void tryCatchMayBeAnAssertion();
     void withoutTheFlagTheProcessEnds_data();
     void withoutTheFlagTheProcessEnds();
 };
@@ -119,6 +131,61 @@ void TestCrashHandler::assertionFormWithText()
 {
     const QString thrown = thrownMessage([&] { s3Assert(false, "c", "file", "f", u"Erklärung"_s, 12); });
     QCOMPARE(thrown, u"\nBedingung nicht erfuellt\nc\nFehlernummer -1111: in file:12 in f()\nErklärung\n"_s);
+}
+
+void TestCrashHandler::thereIsOneHandler()
+{
+    QVERIFY(s3CrashHandler::instance() != nullptr);
+    QCOMPARE(s3CrashHandler::instance(), s3CrashHandler::instance());
+}
+
+void TestCrashHandler::noDebuggerNoBreak()
+{
+    QVERIFY(!s3CrashHandler::instance()->debugBreak());
+}
+
+void TestCrashHandler::tryCatchIsSilentWithoutFlags()
+{
+    const TraceRecorder trace;
+    DEBUG_TRYCATCH("libraries/core/src/x", "f");
+    QCOMPARE(trace.lines(), QStringList());
+}
+
+void TestCrashHandler::tryCatchTraces_data()
+{
+    QTest::addColumn<qint32>("flag");
+
+    QTest::newRow("400") << 400;
+    QTest::newRow("55, with the trace file") << 55;
+}
+
+void TestCrashHandler::tryCatchTraces()
+{
+    QFETCH(qint32, flag);
+    const QTemporaryDir directory; // flag 55 writes a file
+    const ScopedCurrentDir current(directory.path());
+    const ScopedTestFlag tracing(flag);
+    const TraceRecorder trace;
+    const int line = __LINE__ + 1;
+    DEBUG_TRYCATCH("libraries/core/src/größe", "s3X::f");
+    s3CrashHandler::instance()->debugTryCatch(u"%1"_s, -1, u"%2"_s);
+    s3CrashHandler::instance()->debugTryCatch(nullptr, 0, static_cast<const char *>(nullptr));
+    QCOMPARE(trace.lines(),
+             QStringList({u"DEBUG_TRYCATCH() libraries/core/src/größe:%1  s3X::f() = false"_s.arg(line),
+                          u"DEBUG_TRYCATCH() %1:-1  %2() = false"_s, u"DEBUG_TRYCATCH() :0  () = false"_s}));
+    s3LogFileStream::closeAll();
+}
+
+void TestCrashHandler::tryCatchMayBeAnAssertion()
+{
+    const ScopedTestFlag asserting(198);
+    const TraceRecorder trace;
+    const QString message = thrownMessage([] { DEBUG_TRYCATCH("libraries/core/src/x", "f"); });
+    static const QRegularExpression words(
+        u"^\nFehlernummer -201: in libraries/core/src/protocol/s3crashhandler:[0-9]+ in "
+        "s3CrashHandler::debugTryCatch\\(\\)\ntry/catch\n$"_s);
+    QVERIFY2(words.match(message).hasMatch(), qPrintable(message));
+    QCOMPARE(trace.lines(), QStringList());
 }
 
 void TestCrashHandler::withoutTheFlagTheProcessEnds_data()

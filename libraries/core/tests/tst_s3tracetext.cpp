@@ -47,7 +47,8 @@ void TestTraceText::pointers()
 {
     QFETCH(quint64, value);
     QFETCH(QString, text);
-    QCOMPARE(s3TraceText(u"f"_s).pointer(u"p"_s, reinterpret_cast<const void *>(quintptr(value))).text(), text);
+    QCOMPARE(s3TraceText(u"f"_s).pointer(u"p"_s, reinterpret_cast<const void *>(quintptr(value))).text(),
+             text);
 }
 
 void TestTraceText::values_data()

@@ -15,6 +15,8 @@
 inline void s3Assert(bool holds, const char *condition, const char *file, const char *function,
                      const QString &text = QString(), int line = __builtin_LINE())
 {
-    if (!holds) [[unlikely]]
-        s3CrashHandler::assertFailed(s3CrashHandler::AssertionFailed, condition, text, file, line, function);
+    if (holds) [[likely]]
+        return;
+    (void)s3CrashHandler::instance();
+    s3CrashHandler::assertFailed(s3CrashHandler::AssertionFailed, condition, text, file, line, function);
 }

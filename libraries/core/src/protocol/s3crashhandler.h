@@ -15,6 +15,18 @@ public:
     virtual ~s3CrashHandler() = default;
     Q_DISABLE_COPY_MOVE(s3CrashHandler)
 
+    // The process's handler, never null, made at the first call without a lock and never destroyed.
+    [[nodiscard]] static s3CrashHandler *instance();
+
+    // Stops in the debugger when there is one; whether there is. Any thread.
+    virtual bool debugBreak() = 0;
+
+    // Tells a developer of an exception that is being swallowed at this place: debugBreak(), and a line in
+    // the trace with test flag 400 or 55. With test flag 198 the place is a failed assertion instead. Sites
+    // use DEBUG_TRYCATCH (protocol/s3debugtrycatch.h). Any thread.
+    void debugTryCatch(const char *file, int line, const char *function);
+    void debugTryCatch(const QString &file, int line, const QString &function);
+
     // Ends the process because an assumption does not hold. `code` is shown negated; `condition` is the
     // source text of what did not hold, or "false" for a place that must not be reached; `text` may be
     // empty; `file` is the module's source and `function` its qualified name. C strings are UTF-8, a null
