@@ -20,6 +20,7 @@ private Q_SLOTS:
     void successShowsNothing();
 
 private:
+    QProcessEnvironment environmentOfDisplay() const;
     QByteArray xdotool(const QStringList &arguments) const;
     QByteArray windowOf(qint64 processId) const;
 
@@ -45,12 +46,19 @@ void TestScreen::cleanupTestCase()
     QVERIFY(m_server.waitForFinished());
 }
 
+// The display of this suite, and no session bus: Qt would ask it for the desktop's settings.
+QProcessEnvironment TestScreen::environmentOfDisplay() const
+{
+    QProcessEnvironment environment = ToolRun().environment;
+    environment.insert(u"DISPLAY"_s, m_display);
+    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
+    return environment;
+}
+
 QByteArray TestScreen::xdotool(const QStringList &arguments) const
 {
     QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"DISPLAY"_s, m_display);
-    process.setProcessEnvironment(environment);
+    process.setProcessEnvironment(environmentOfDisplay());
     process.start(u"xdotool"_s, arguments);
     if (!process.waitForFinished())
         qFatal("xdotool cannot be run");
@@ -83,7 +91,7 @@ void TestScreen::boxes()
     tool.writeFile(u"mail.zml"_s, "[ZERKMAIL]\n");
     tool.writeFile(u"body.zml"_s, "[ZERKMAIL]\nBODYFILE=missing.txt\n");
     tool.setResult(result);
-    tool.environment.insert(u"DISPLAY"_s, m_display);
+    tool.environment = environmentOfDisplay();
 
     const auto process = tool.start(arguments);
     QVERIFY(process->waitForStarted());
@@ -112,7 +120,7 @@ void TestScreen::boxes()
 void TestScreen::successShowsNothing()
 {
     ToolRun tool;
-    tool.environment.insert(u"DISPLAY"_s, m_display);
+    tool.environment = environmentOfDisplay();
     const ToolResult result = tool.runZml("SEND=1\n");
     QVERIFY(result.ended);
     QCOMPARE(result.exitCode, 0);
