@@ -67,7 +67,7 @@ int main(int argc, char **argv)
         return compose(QString::fromLocal8Bit(argv[2])) >= 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 
     const QTemporaryDir directory;
-    const QByteArray line = QString(u"ü" + QString(bodyBytes / bodyLines - 3, u'x') + u'\n').toUtf8();
+    const QByteArray line = QString(u"ü"_s + QString(bodyBytes / bodyLines - 3, u'x') + u'\n').toUtf8();
     const QString text = directory.filePath(u"text.txt"_s);
     const QString zml = directory.filePath(u"mail.zml"_s);
     const QString emptyZml = directory.filePath(u"empty.zml"_s);
