@@ -125,8 +125,8 @@ QString s3MakeTempDirNameIn(const QString &tempPath, bool isDebuggerAttached, QS
     // TMPDIR may be relative; the directory must stay the same when the working directory changes.
     const QString base = s3PathJoin(s3Dir(tempPath).absolutePath(), word);
     const auto random = static_cast<quint32>(QRandomGenerator64::global()->generate());
-    const QString name = u"%1.%2.%3"_s.arg(base, QString::number(QCoreApplication::applicationPid()),
-                                           QString::number(random));
+    QString name = u"%1.%2.%3"_s.arg(base, QString::number(QCoreApplication::applicationPid()),
+                                     QString::number(random));
     s3Trace(traceFlag,
             [&] { return s3TraceText(u"s3MakeTempDirName"_s).append(u" tempPath=%1"_s.arg(name)); });
     return name;

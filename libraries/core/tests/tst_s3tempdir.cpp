@@ -823,7 +823,7 @@ void TestTempDir::cleansUpInManyProcesses()
         process->write("go\n"); // all of them at once, not one after the other
     }
     for (const auto &process : processes) {
-        QVERIFY(process->waitForFinished(240000));
+        QVERIFY(process->waitForFinished(600000));
         QCOMPARE(process->exitStatus(), QProcess::NormalExit);
         QCOMPARE(process->exitCode(), 0);
     }

@@ -29,7 +29,7 @@ QString absoluteVariable(const char *name)
 // Empty when neither the environment nor the user database tells.
 QString homeDirectory()
 {
-    const QString home = absoluteVariable("HOME");
+    QString home = absoluteVariable("HOME");
     if (!home.isEmpty())
         return home;
     std::array<char, 16384> buffer = {};
@@ -42,7 +42,7 @@ QString homeDirectory()
 
 QString baseDirectory(const char *variable, const QString &belowHome)
 {
-    const QString path = absoluteVariable(variable);
+    QString path = absoluteVariable(variable);
     if (!path.isEmpty())
         return path;
     const QString home = homeDirectory();
