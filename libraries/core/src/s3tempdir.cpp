@@ -29,6 +29,12 @@ const QString &markerName()
     return name;
 }
 
+const QStringList &subdirectories()
+{
+    static const QStringList suffixes = {u"/cache"_s, u"/var"_s};
+    return suffixes;
+}
+
 bool isDirectory(const QString &path)
 {
     return !path.isEmpty() && s3FileInfo(path).isDir();
@@ -51,9 +57,13 @@ template <class Make> bool makePath(const QString &path, QString *errorString, M
 // As s3MakePath does, but the directory itself can be entered by its user alone, from the first moment on.
 bool makePrivatePath(const QString &path, QString *errorString)
 {
+    // Usually there is nothing more to do, and a process that starts and ends should not ask twice.
+    if (platform::makePrivateDirectory(path)) {
+        s3SetErrorString(errorString, QString());
+        return true;
+    }
     return makePath(path, errorString, [&path](const s3Dir &current) {
-        return platform::makePrivateDirectory(path)
-            || (current.mkpath(s3FileInfo(path).path()) && platform::makePrivateDirectory(path));
+        return current.mkpath(s3FileInfo(path).path()) && platform::makePrivateDirectory(path);
     });
 }
 
@@ -149,7 +159,9 @@ bool s3TempDirCreateNamed(const std::function<QString(QString *errorString)> &ma
     }
     if (glob_file_tempDir.isEmpty())
         return false;
-    for (const QString &suffix : {QString(), u"/cache"_s, u"/var"_s}) {
+    if (!makePrivatePath(glob_file_tempDir, errorString))
+        return false;
+    for (const QString &suffix : subdirectories()) {
         if (!makePrivatePath(glob_file_tempDir + suffix, errorString))
             return false;
     }
@@ -201,8 +213,12 @@ void s3TempDirCleanupAmong(platform::Processes &processes)
 {
     if (glob_file_tempDir.isEmpty())
         return;
-    if (platform::isOwnDirectory(glob_file_tempDir))
+    if (platform::isOwnDirectory(glob_file_tempDir)) {
+        // Usually these are empty, and without them the directory goes in one step.
+        for (const QString &suffix : subdirectories())
+            s3Dir(glob_file_tempDir + suffix).removeTree(false);
         removeOrMark(glob_file_tempDir);
+    }
     const s3FileInfo own(glob_file_tempDir);
     const s3Dir parent(own.absolutePath());
     const QString prefix = own.fileName().section(u'.', 0, 0);

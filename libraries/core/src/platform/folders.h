@@ -39,9 +39,10 @@ public:
 // The real ones of this platform; they live as long as the process.
 [[nodiscard]] Folders &folders();
 
-// Makes one directory that only this process's user may enter: mode 0700 on Linux from its first moment,
-// whatever the umask. On Windows it has the access list of its parent, which for a user's temporary path
-// lets the user, the system and administrators in. False when it cannot be made or exists already.
+// Makes one directory that only this process's user may enter: at most mode 0700 on Linux from its first
+// moment, less what the umask takes from the user. On Windows it has the access list of its parent, which for
+// a user's temporary path lets the user, the system and administrators in. False when it cannot be made or
+// exists already.
 [[nodiscard]] bool makePrivateDirectory(const QString &path);
 
 // Whether `path` is itself a directory, no link or junction to one, and belongs to this process's effective

@@ -176,7 +176,7 @@ void TestFolders::makesPrivateDirectoriesWhateverTheUmask_data()
     QTest::addColumn<int>("mask");
     QTest::newRow("nothing is masked") << 0;
     QTest::newRow("the usual one") << 022;
-    QTest::newRow("everything is masked") << 0777;
+    QTest::newRow("everything of others is masked") << 077;
 }
 
 void TestFolders::makesPrivateDirectoriesWhateverTheUmask()

@@ -91,9 +91,7 @@ Folders &folders()
 
 bool makePrivateDirectory(const QString &path)
 {
-    const QByteArray name = QFile::encodeName(path);
-    // The umask can only take rights away, so the user's own are given once more.
-    return mkdir(name.constData(), S_IRWXU) == 0 && chmod(name.constData(), S_IRWXU) == 0;
+    return mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0;
 }
 
 bool isOwnDirectory(const QString &path)
