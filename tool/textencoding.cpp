@@ -10,10 +10,12 @@ std::optional<QStringConverter::Encoding> detectTextEncoding(const QByteArray &b
     return QStringConverter::encodingForName(fallbackName);
 }
 
-TextLineReader::TextLineReader(const QByteArray &bytes) : m_stream(bytes, QIODevice::ReadOnly)
+// Decoded at once: reading bytes, the stream lets its buffer grow in steps until it holds a line, and where
+// the heap cannot extend a block in place each step copies what is there.
+TextLineReader::TextLineReader(const QByteArray &bytes)
+    : m_text(QStringDecoder(detectTextEncoding(bytes, "Locale").value_or(QStringConverter::Utf8))(bytes))
+    , m_stream(&m_text, QIODevice::ReadOnly)
 {
-    if (const auto encoding = detectTextEncoding(bytes, "Locale"))
-        m_stream.setEncoding(*encoding);
 }
 
 bool TextLineReader::next(QString &line)

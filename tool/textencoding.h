@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QIODevice>
+#include <QString>
 #include <QStringConverter>
 #include <QTextStream>
 
@@ -19,12 +20,12 @@
 class TextLineReader
 {
 public:
-    // Keeps a shared copy of `bytes`.
     explicit TextLineReader(const QByteArray &bytes);
 
     // Puts the next line into `line`; false at the end of the text.
     [[nodiscard]] bool next(QString &line);
 
 private:
+    QString m_text;
     QTextStream m_stream;
 };
