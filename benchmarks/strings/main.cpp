@@ -243,7 +243,7 @@ void expansion(RatioReport &report, const QString &text)
                 for (int time = 0; time < 10; ++time)
                     expand(tenth);
             },
-            {.bound = 2.0, .runs = 9, .clock = RatioClock::Processor});
+            {.bound = 3.0, .runs = 9, .clock = RatioClock::Processor});
     };
     compareWithTenth("expansion, 10,000 references / 10 times 1,000", 10000);
     compareWithTenth("expansion, 100,000 references / 10 times 10,000", 100000);
