@@ -659,8 +659,8 @@ void TestString::toBool()
 void TestString::toBoolIsTheExpression()
 {
     const QRegularExpression word(u"^\\s*true\\s*$"_s, QRegularExpression::CaseInsensitiveOption);
-    // One and two characters of every kind on each side of the word and of a number.
-    for (int code = 0; code <= 0xffff; ++code) {
+    // A character on each side of the word and of a number; behind these there are no spaces any more.
+    for (int code = 0; code <= 0x3100; ++code) {
         const QChar ch = QChar(char16_t(code));
         if (ch.isSurrogate())
             continue;
