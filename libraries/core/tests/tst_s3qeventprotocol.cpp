@@ -1,4 +1,5 @@
 #include "ostrelletest/scopedtestflag.h"
+#include "ostrelletest/semaphore.h"
 #include "ostrelletest/thrownmessage.h"
 #include "ostrelletest/tracerecorder.h"
 #include "protocol/eventnames.h"
@@ -11,7 +12,6 @@
 #include <QThread>
 
 #include <array>
-#include <latch>
 #include <thread>
 #include <vector>
 
@@ -297,13 +297,14 @@ void TestEventProtocol::typeIsRegisteredOnceByWorkersToo()
     // The standard library's threads: the thread sanitizer sees how they are joined.
     std::array<int, 8> types = {};
     std::vector<std::thread> threads;
-    std::latch start(static_cast<std::ptrdiff_t>(types.size()));
+    Semaphore start{0};
     for (int &type : types) {
         threads.emplace_back([&start, &type] {
-            start.arrive_and_wait();
+            start.acquire();
             type = ContendedEvent::type();
         });
     }
+    start.release(std::ssize(types));
     for (std::thread &thread : threads)
         thread.join();
     for (const int type : types)

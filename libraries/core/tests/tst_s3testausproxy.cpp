@@ -2,6 +2,7 @@
 #include "ostrelletest/childrun.h"
 #include "ostrelletest/scopedcurrentdir.h"
 #include "ostrelletest/scopedtestflag.h"
+#include "ostrelletest/semaphore.h"
 #include "ostrelletest/thrownmessage.h"
 #include "ostrelletest/tracerecorder.h"
 #include "protocol/s3logfilestream.h"
@@ -20,7 +21,6 @@
 #include <atomic>
 #include <cstdio>
 #include <memory>
-#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -101,8 +101,8 @@ QString textOfTraceFile(const QByteArray &bytes)
     return QStringDecoder(QStringDecoder::Utf16LE)(bytes.mid(2));
 }
 
-// A thread that runs a function; waits for its end when it goes. It and Semaphore are those of the standard
-// library, whose synchronisation the thread sanitizer sees; Qt's happens out of its sight, inside Qt's
+// A thread that runs a function; waits for its end when it goes. It is that of the standard library,
+// whose synchronisation the thread sanitizer sees; Qt's happens out of its sight, inside Qt's
 // library.
 class Thread
 {
@@ -120,8 +120,6 @@ public:
 private:
     std::thread m_thread;
 };
-
-using Semaphore = std::counting_semaphore<>;
 
 void print(const QString &text, bool endLine = true)
 {

@@ -1,5 +1,6 @@
 #include "ostrelletest/childrun.h"
 #include "ostrelletest/scopedtestflag.h"
+#include "ostrelletest/semaphore.h"
 #include "ostrelletest/thrownmessage.h"
 #include "ostrelletest/tracerecorder.h"
 #include "s3threadbase.h"
@@ -12,7 +13,6 @@
 
 #include <cstdio>
 #include <functional>
-#include <semaphore>
 
 using namespace Qt::StringLiterals;
 
@@ -60,7 +60,7 @@ protected:
 
 private:
     std::function<void(Worker &)> m_work;
-    std::counting_semaphore<> m_ended{0};
+    Semaphore m_ended{0};
 };
 
 // Leaves run() without runFinish().
@@ -250,8 +250,8 @@ void TestThreadBase::startReportsThreadsThatHaveAlreadyEnded()
 
 void TestThreadBase::startOnRunningThreadTouchesNothing()
 {
-    std::counting_semaphore<> finished{0};
-    std::counting_semaphore<> mayEnd{0};
+    Semaphore finished{0};
+    Semaphore mayEnd{0};
     Worker worker([&](Worker &self) {
         self.runFinish();
         finished.release();
@@ -357,7 +357,7 @@ void TestThreadBase::quitWithoutRunningDoesNothing()
 
 void TestThreadBase::quitWithoutWaiting()
 {
-    std::counting_semaphore<> mayEnd{0};
+    Semaphore mayEnd{0};
     Worker worker([&](Worker &self) {
         self.enterLoop();
         mayEnd.acquire();
@@ -389,7 +389,7 @@ void TestThreadBase::quitAndWait()
 
 void TestThreadBase::quitGivesUpOnAThreadThatDoesNotEnd()
 {
-    std::counting_semaphore<> mayEnd{0};
+    Semaphore mayEnd{0};
     Worker worker([&](Worker &) { mayEnd.acquire(); });
     QVERIFY(worker.start());
     QElapsedTimer time;
