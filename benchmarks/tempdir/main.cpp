@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int rounds = 1000;
+constexpr int rounds = 200;
 
 // Ends the program: a benchmark of failures would say nothing.
 void require(bool condition)
