@@ -128,14 +128,16 @@ QString s3Session::guiFilePath(const QString &relativePath) const
 
 QString s3Session::guiRelativePath(const QString &path) const
 {
-    const QString normalised = s3String(path).toForwardSlashes();
+    QString normalised = s3String(path).toForwardSlashes();
     const QString directory = m_values.m_guiDirectory + u'/';
-    return normalised.startsWith(directory) ? normalised.mid(directory.size()) : normalised;
+    if (normalised.startsWith(directory))
+        normalised.remove(0, directory.size());
+    return normalised;
 }
 
 QString s3Session::resolveGuiPath(const QString &path, bool allowLocal) const
 {
-    const QString normalised = s3String(path).toForwardSlashes();
+    QString normalised = s3String(path).toForwardSlashes();
     if (normalised.startsWith(u":/"_s))
         return normalised;
     if (!allowLocal || (QDir::isRelativePath(normalised) && !s3FileInfo::exists(normalised)))
