@@ -21,6 +21,17 @@ LPWSTR wideText(const QString &text)
     return const_cast<LPWSTR>(reinterpret_cast<const WCHAR *>(text.utf16()));
 }
 
+// Logs `format` with its values filled in. A body may be large, so nothing is built for a log that is off.
+template <class... Values> void logStep(const QString &format, const Values &...values)
+{
+    if (!isDebugEnabled())
+        return;
+    if constexpr (sizeof...(values) == 0)
+        logDebug() << format;
+    else
+        logDebug() << format.arg(values...);
+}
+
 MapiRecipDescW recipient(quint32 kind, const QString &address)
 {
     MapiRecipDescW descriptor = {};
@@ -90,7 +101,7 @@ void MailMessage::send(bool sendDirectly, bool readReceipt, QString &error) cons
 void MailMessage::send(bool sendDirectly, bool readReceipt, QString &error,
                        const SubmitFunction &submit) const
 {
-    logDebug() << u"*** New Mail ***"_s;
+    logStep(u"*** New Mail ***"_s);
 
     std::vector<MapiRecipDescW> recipients;
     for (const quint32 kind : {quint32(MAPI_TO), quint32(MAPI_CC), quint32(MAPI_BCC)}) {
@@ -99,19 +110,19 @@ void MailMessage::send(bool sendDirectly, bool readReceipt, QString &error,
             continue;
         const QString kindName = recipientKindName(kind);
         for (const QString &address : *addresses) {
-            logDebug() << u"Add %1 Recipient [%2]"_s.arg(kindName, address);
+            logStep(u"Add %1 Recipient [%2]"_s, kindName, address);
             recipients.push_back(recipient(kind, address));
         }
     }
 
     std::vector<MapiFileDescW> files;
     for (const QString &path : m_attachments) {
-        logDebug() << u"Attach [%1]"_s.arg(path);
+        logStep(u"Attach [%1]"_s, path);
         files.push_back(attachment(path));
     }
 
-    logDebug() << u"Set Subject [%1]"_s.arg(m_subject);
-    logDebug() << u"Set Body [%1]"_s.arg(m_body);
+    logStep(u"Set Subject [%1]"_s, m_subject);
+    logStep(u"Set Body [%1]"_s, m_body);
 
     MapiMessageW message = {};
     message.lpszSubject = wideText(m_subject);
@@ -124,10 +135,10 @@ void MailMessage::send(bool sendDirectly, bool readReceipt, QString &error,
 
     FLAGS flags = MAPI_LOGON_UI;
     if (sendDirectly) {
-        logDebug() << u"Send Mail"_s;
+        logStep(u"Send Mail"_s);
     } else {
         flags |= MAPI_DIALOG;
-        logDebug() << u"Display Mail"_s;
+        logStep(u"Display Mail"_s);
     }
 
     const ULONG result = submit(0, 0, &message, flags, 0);

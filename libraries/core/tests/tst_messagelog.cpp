@@ -372,14 +372,18 @@ void TestMessageLog::debugIsSwitchedByTheCategory()
 {
     const Log log;
     setDebugEnabled(false);
+    QVERIFY(!isDebugEnabled());
     logDebug() << u"off"_s;
     setDebugEnabled(true);
+    QVERIFY(isDebugEnabled());
     logDebug() << u"on"_s;
     setLogCategory("gui.other");
     setDebugEnabled(false);
+    QVERIFY(!isDebugEnabled());
     logDebug() << u"off"_s;
     // The rule of the other category replaced the first one, and without a rule debug is on.
     setLogCategory("gui.ostrelle");
+    QVERIFY(isDebugEnabled());
     logDebug() << u"on again"_s;
     QCOMPARE(log.content(), logged({"on", "on again"}));
 }

@@ -127,6 +127,11 @@ void setDebugEnabled(bool on)
         u"%1.debug=%2"_s.arg(QString::fromUtf8(name), on ? u"true"_s : u"false"_s));
 }
 
+bool isDebugEnabled()
+{
+    return logCategoryObject().isDebugEnabled();
+}
+
 QDebug logDebug()
 {
     return logDebug(logCategoryObject());

@@ -35,6 +35,9 @@ void clearLogCategory();
 // filter rules that were set through QLoggingCategory before. Without a category it does nothing.
 void setDebugEnabled(bool on);
 
+// Whether debug messages of the category get through: lets a caller with a long text leave it unbuilt.
+[[nodiscard]] bool isDebugEnabled();
+
 // A stream on the category at that level, without quotation marks around texts and without a source
 // position; the message is written when the stream goes. Nothing is, and no handler hears of it, where the
 // level is off.
