@@ -69,6 +69,8 @@ TestOutbox::Run TestOutbox::run(const QString &zml, const QString &sendmail) con
     for (const auto &name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s, u"LD_LIBRARY_PATH"_s,
                              u"QT_LOGGING_RULES"_s})
         environment.remove(name);
+    if (const QString path = QStringLiteral(OSTRELLE_LIBRARY_PATH); !path.isEmpty())
+        environment.insert(u"LD_LIBRARY_PATH"_s, path);
     environment.insert(u"OSTRELLE_OUTBOX"_s, m_directory.filePath(u"outbox"_s));
     environment.insert(u"OSTRELLE_SENDMAIL"_s, sendmail);
     environment.insert(u"XDG_RUNTIME_DIR"_s, m_directory.path());
