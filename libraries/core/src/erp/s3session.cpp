@@ -147,8 +147,10 @@ QString s3Session::resolveGuiPath(const QString &path, bool allowLocal) const
 
 void s3Session::setAccessTokenSSO(const QString &token, qint32 seconds)
 {
+    // Exchanged, so that the old text goes behind the lock.
+    QString exchanged = token;
     const QMutexLocker locker(&m_mutex);
-    m_values.m_accessTokenSSO = token;
+    m_values.m_accessTokenSSO.swap(exchanged);
     m_values.m_accessTokenSSOValidUntil = m_clock().addSecs(seconds).toUTC();
 }
 
