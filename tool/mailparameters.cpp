@@ -27,7 +27,7 @@ QString bodyFileErrorText(QFileDevice::FileError error, const QString &path)
     }
 }
 
-void appendLine(QString &body, const QString &separator, const QString &line)
+void appendLine(QString &body, const QString &separator, QStringView line)
 {
     if (!body.isEmpty())
         body += separator;
@@ -179,10 +179,9 @@ QString MailParameters::body(QString &error) const
     }
     // A byte gives at most one character of text, and the line ends become separators: enough room for
     // any encoding but that of "<BR>" lines, without growing step by step.
-    const QByteArray bytes = file.readAll();
-    body.reserve(body.size() + bytes.size() + separator.size());
-    TextLineReader reader(bytes);
-    QString line;
+    body.reserve(body.size() + qsizetype(file.size()) + separator.size());
+    TextLineReader reader(file);
+    QStringView line;
     while (reader.next(line))
         appendLine(body, separator, line);
     return body;

@@ -13,20 +13,21 @@ ParameterFile::ParameterFile(const QString &path, const QString &defaultSection)
 {
     s3File file(path);
     if (file.open(QIODevice::ReadOnly))
-        read(file.readAll());
+        read(file);
 }
 
-void ParameterFile::read(const QByteArray &bytes)
+void ParameterFile::read(QIODevice &device)
 {
     static const QRegularExpression sectionPattern(u"^\\s*\\[(.*)\\]\\s*$"_s);
     static const QRegularExpression keyPattern(u"^\\s*([^=]+)=(.*)$"_s);
 
-    TextLineReader reader(bytes);
-    QString line;
+    TextLineReader reader(device);
+    QStringView lineInReader;
     QString sectionName;
-    while (reader.next(line)) {
-        if (line.isEmpty())
+    while (reader.next(lineInReader)) {
+        if (lineInReader.isEmpty())
             continue;
+        const QString line = QString::fromRawData(lineInReader.data(), lineInReader.size());
         // The character that a pattern cannot do without is looked for first: on a long line without
         // it the pattern's own search would take time in the square of the length.
         if (line.contains(u']')) {

@@ -3,6 +3,8 @@
 #include <QHash>
 #include <QString>
 
+class QIODevice;
+
 // A small text file of sections and keys, read whole at construction and never written.
 //
 // "[name]" opens a section, "key=value" sets a key in it, every other line is ignored. Names of
@@ -35,7 +37,7 @@ public:
 private:
     using Section = QHash<QString, QString>;
 
-    void read(const QByteArray &bytes);
+    void read(QIODevice &device);
 
     QString m_fileName;
     QString m_section;

@@ -3,7 +3,11 @@
 #include "ostrelletest/scopedcurrentdir.h"
 #include "zmlfile.h"
 
+#include <QRandomGenerator>
 #include <QTest>
+#include <QTextStream>
+
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
@@ -30,8 +34,11 @@ private Q_SLOTS:
     void bodyFilePath();
     void bodyFileInOtherEncodings_data();
     void bodyFileInOtherEncodings();
+    void bodyFileOfOneLongLine();
+    void bodyFileAgreesWithTheStraightforwardWay();
     void bodyFileFailures();
     void attachments();
+    void attachmentsWithBackslashes();
     void attachmentsStandBesideTheZmlFile();
     void leavesTheZmlFileAlone();
 };
@@ -268,6 +275,14 @@ void TestMailParameters::bodyFile_data()
     QTest::newRow("CR LF") << QByteArray() << QByteArray("x\r\ny\r\n") << u"x\ny"_s;
     QTest::newRow("lines are not trimmed") << QByteArray() << QByteArray("  x \t\n") << u"  x \t"_s;
     QTest::newRow("empty file") << QByteArray("BODY=a\n") << QByteArray() << u"a"_s;
+    QTest::newRow("empty file alone") << QByteArray() << QByteArray() << QString();
+    QTest::newRow("blank lines alone") << QByteArray() << QByteArray("\n\n") << QString();
+    QTest::newRow("blank lines alone in HTML")
+        << QByteArray("HTMLBODY=1\n") << QByteArray("\n\n") << QString();
+    QTest::newRow("lone CR") << QByteArray() << QByteArray("x\ry\r\nz\r") << u"x\ry\nz"_s;
+    QTest::newRow("CR alone behind a body") << QByteArray("BODY=a\n") << QByteArray("\r") << u"a\n"_s;
+    QTest::newRow("blank lines in HTML")
+        << QByteArray("BODY=a\nHTMLBODY=1\n") << QByteArray("\r\nx\r\n\r\n") << u"a<BR><BR>x<BR>"_s;
     QTest::newRow("one empty line") << QByteArray("BODY=a\n") << QByteArray("\n") << u"a\n"_s;
 }
 
@@ -296,6 +311,10 @@ void TestMailParameters::bodyFileInOtherEncodings_data()
     QTest::addColumn<QString>("expected");
     QTest::newRow("UTF-8 mark") << QByteArray("\xEF\xBB\xBF\xC3\xA4") << u"ä"_s;
     QTest::newRow("UTF-16") << QByteArray("\xFF\xFE\xE4\0\n\0x\0", 8) << u"ä\nx"_s;
+    QTest::newRow("UTF-16, big endian") << QByteArray("\xFE\xFF\0\xE4\0\n\0x", 8) << u"ä\nx"_s;
+    QTest::newRow("UTF-32") << QByteArray("\xFF\xFE\0\0\xE4\0\0\0\n\0\0\0x\0\0\0", 16) << u"ä\nx"_s;
+    QTest::newRow("UTF-16 without a mark is not recognised")
+        << QByteArray("a\0\n\0x\0", 6) << QString::fromUtf16(u"a\0\n\0x\0", 6);
     QTest::newRow("system code page") << QByteArray("\xE4 x") << QString::fromLocal8Bit("\xE4 x");
     QTest::newRow("NUL") << QByteArray("a\0b", 3) << QString::fromUtf16(u"a\0b", 3);
 }
@@ -308,6 +327,53 @@ void TestMailParameters::bodyFileInOtherEncodings()
     QString error;
     QTEST(MailParameters(zml.path()).body(error), "expected");
     QVERIFY(error.isEmpty());
+}
+
+void TestMailParameters::bodyFileOfOneLongLine()
+{
+    constexpr qsizetype size = 32 << 20;
+    const ZmlFile zml("BODY=a\nBODYFILE=text.txt\n");
+    zml.writeBeside(u"text.txt"_s, QByteArray(size, 'x') + "\xC3\xA4");
+    QString error;
+    const QString body = MailParameters(zml.path()).body(error);
+    QVERIFY(error.isEmpty());
+    QCOMPARE(body.size(), size + 3);
+    QVERIFY(body.startsWith(u"a\nxxx"_s));
+    QVERIFY(body.endsWith(u"xxxä"_s));
+}
+
+// Read whole, decoded whole, split and joined.
+void TestMailParameters::bodyFileAgreesWithTheStraightforwardWay()
+{
+    const ZmlFile zml("");
+    QRandomGenerator random(20261122);
+    static constexpr const char *parts[]
+        = {"a", "bcd", "\r", "\n", "\r\n", "\n\n", "\t ", "\xC3\xA4", "<BR>", "\xF0\x9F\x98\x80"};
+    for (int round = 0; round < 300; ++round) {
+        QByteArray file = round % 5 == 0 ? "\xEF\xBB\xBF" : "";
+        const int count = round % 20 != 0 ? random.bounded(20) : 20000;
+        for (int i = 0; i < count; ++i)
+            file += parts[random.bounded(int(std::size(parts)))];
+        zml.writeBeside(u"text.txt"_s, file);
+        const bool html = random.bounded(2) == 0;
+        const bool hasBody = random.bounded(2) == 0;
+        zml.writeRaw(QByteArray("[ZERKMAIL]\nBODYFILE=text.txt\n") + (html ? "HTMLBODY=1\n" : "")
+                     + (hasBody ? "BODY=one;two\n" : ""));
+
+        const QString separator = html ? u"<BR>"_s : u"\n"_s;
+        QString expected = hasBody ? u"one"_s + separator + u"two"_s : QString();
+        QTextStream stream(file, QIODevice::ReadOnly);
+        QString line;
+        while (stream.readLineInto(&line)) {
+            if (!expected.isEmpty())
+                expected += separator;
+            expected += line;
+        }
+        QString error;
+        const QString body = MailParameters(zml.path()).body(error);
+        QVERIFY2(body == expected, file.toHex().constData());
+        QVERIFY(error.isEmpty());
+    }
 }
 
 void TestMailParameters::bodyFileFailures()
@@ -343,6 +409,19 @@ void TestMailParameters::attachments()
                    "ATTACHMENT7=one.txt\n");
     QCOMPARE(MailParameters(zml.path()).attachments(),
              (QStringList{one, two, zml.directory() + u"/folder"_s}));
+}
+
+void TestMailParameters::attachmentsWithBackslashes()
+{
+    const ZmlFile zml("");
+    QVERIFY(zml.dir().mkdir(u"sub"_s));
+    const QString path = zml.writeBeside(u"sub/a.txt"_s, "a");
+    const QByteArray native = path.toUtf8().replace('/', '\\');
+    zml.writeRaw("[ZERKMAIL]\nATTACHMENT1=sub\\a.txt\nATTACHMENT2=" + native + "\n");
+    QStringList paths = MailParameters(zml.path()).attachments();
+    QVERIFY(!paths.isEmpty());
+    for (QString &found : paths)
+        QCOMPARE(found.replace(u'\\', u'/'), path);
 }
 
 void TestMailParameters::attachmentsStandBesideTheZmlFile()

@@ -72,6 +72,9 @@ void TestParameterFile::values_data()
     QTest::newRow("empty section head") << QByteArray("[S]\n[]\nA=x\n") << u"A"_s << none;
     QTest::newRow("NUL in a value") << QByteArray("[S]\nA=x\0y\n", 10) << u"A"_s
                                     << QString::fromUtf16(u"x\0y", 3);
+    QTest::newRow("lone CR in a value") << QByteArray("[S]\nA=x\ry\n") << u"A"_s << u"x\ry"_s;
+    QTest::newRow("CR at the end of the file") << QByteArray("[S]\r\nA=x\r") << u"A"_s << u"x"_s;
+    QTest::newRow("head between CRs") << QByteArray("\r[S]\r\r\nA=x\n") << u"A"_s << u"x"_s;
     QTest::newRow("empty file") << QByteArray() << u"A"_s << none;
     QTest::newRow("head alone") << QByteArray("[S]") << u"A"_s << none;
     QTest::newRow("umlaut key") << QByteArray("[S]\n\xC3\x84=x\n") << u"ä"_s << u"x"_s;
@@ -173,6 +176,7 @@ void TestParameterFile::encodings_data()
     QTest::newRow("UTF-16 LE with mark") << encoded(QStringConverter::Utf16LE, true) << u"Grüße €"_s;
     QTest::newRow("UTF-16 BE with mark") << encoded(QStringConverter::Utf16BE, true) << u"Grüße €"_s;
     QTest::newRow("UTF-32 LE with mark") << encoded(QStringConverter::Utf32LE, true) << u"Grüße €"_s;
+    QTest::newRow("UTF-32 BE with mark") << encoded(QStringConverter::Utf32BE, true) << u"Grüße €"_s;
     QTest::newRow("UTF-16 without mark is not recognised")
         << encoded(QStringConverter::Utf16LE, false) << QString();
     // Not valid as UTF-8, so the system's encoding decides, whatever that is here.
