@@ -11,8 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -72,43 +70,19 @@ bool s3GuiDictionary::open(QString &error)
 
 void s3GuiDictionary::buildIndex()
 {
-    m_textNumbers.reserve(textCount());
-    // Reading walks through the file, entering jumps through the hash. Done in turns for each text they
-    // take nearly twice the time that they take in batches.
-    constexpr qint32 batchSize = 256;
-    std::array<QString, batchSize> texts;
-    for (qint32 first = 1; first <= textCount(); first += batchSize) {
-        const qint32 count = std::min(batchSize, textCount() + 1 - first);
-        for (qint32 i = 0; i < count; ++i)
-            texts[size_t(i)] = keepText(sourceUnits(first + i));
-        for (qint32 i = 0; i < count; ++i) {
-            QString &text = texts[size_t(i)];
-            const qint32 number = first + i;
-            if (text.isEmpty())
-                continue;
-            if (std::ranges::binary_search(renamedTexts, number))
-                m_textNumbers.insert(QString(text).replace("zerk ERP"_L1, "Zerk"_L1), number);
-            m_textNumbers.emplace(std::move(text), number);
+    m_textNumbers.reserve(textCount() + qsizetype(renamedTexts.size()));
+    for (qint32 number = 1; number <= textCount(); ++number) {
+        const QByteArrayView units = sourceUnits(number);
+        if (units.isEmpty())
+            continue;
+        m_textNumbers.insert(units, number);
+        if (std::ranges::binary_search(renamedTexts, number)) {
+            const QString renamed = sourceText(number).replace("zerk ERP"_L1, "Zerk"_L1);
+            m_textNumbers.insert({reinterpret_cast<const char *>(renamed.utf16()),
+                                  renamed.size() * qsizetype(sizeof(char16_t))},
+                                 number);
         }
     }
-}
-
-QString s3GuiDictionary::keepText(QByteArrayView units)
-{
-    constexpr qsizetype blockSize = 1 << 16;
-    const qsizetype length = units.size() / qsizetype(sizeof(char16_t));
-    if (length == 0)
-        return {};
-    if (length > m_keptUnitsLeft) {
-        m_keptUnitsLeft = std::max(length, blockSize);
-        m_keptTexts.push_back(std::make_unique_for_overwrite<char16_t[]>(size_t(m_keptUnitsLeft)));
-        m_nextKeptText = m_keptTexts.back().get();
-    }
-    std::memcpy(m_nextKeptText, units.data(), size_t(units.size()));
-    QString text = QString::fromRawData(reinterpret_cast<const QChar *>(m_nextKeptText), length);
-    m_nextKeptText += length;
-    m_keptUnitsLeft -= length;
-    return text;
 }
 
 QString s3GuiDictionary::translateText(const QString &sourceText, qint32 language)
@@ -146,7 +120,7 @@ bool s3GuiDictionary::findTranslation(const QString &sourceText, qint32 language
     QElapsedTimer timer;
     if (s3TestFlagsInstance()->contains(translationTestFlag))
         timer.start();
-    const qint32 number = m_textNumbers.value(sourceText, 0);
+    const qint32 number = m_textNumbers.number(sourceText);
     if (number == 0)
         return false;
     const quint32 key = cacheKey(number, language);

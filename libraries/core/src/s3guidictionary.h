@@ -1,12 +1,10 @@
 #pragma once
 
 #include "s3dictionary.h"
+#include "s3textindex.h"
 
 #include <QHash>
 #include <QString>
-
-#include <memory>
-#include <vector>
 
 // A dictionary in which a source text is the key of its translation, with a second file behind it, the
 // fallback, for translations that the first one lacks.
@@ -42,21 +40,13 @@ public:
 private:
     // Enters all source texts; of equal ones the highest number stays.
     void buildIndex();
-
-    // A copy of a source text that lives as long as this object.
-    [[nodiscard]] QString keepText(QByteArrayView units);
     // The answer for a text that is in the dictionary exactly so; false for any other.
     [[nodiscard]] bool findTranslation(const QString &sourceText, qint32 language, QString &translation);
     [[nodiscard]] bool hasSameSourceInFallback(qint32 number) const;
     [[nodiscard]] bool isGoodText(qint32 number, qint32 language) const;
 
-    // The keys point into m_keptTexts: one allocation for many of them, where each would else need its own.
-    QHash<QString, qint32> m_textNumbers;
+    s3TextIndex m_textNumbers;
     // The key has the text number, which needs 17 bits, in its lower 24 bits and the language index above.
     QHash<quint32, QString> m_translationCache;
     s3Dictionary m_fallback;
-    std::vector<std::unique_ptr<char16_t[]>> m_keptTexts;
-    // What is left of the last block.
-    char16_t *m_nextKeptText = nullptr;
-    qsizetype m_keptUnitsLeft = 0;
 };

@@ -128,6 +128,9 @@ private Q_SLOTS:
     void lowestNumberHasNoText();
     void hasText_data();
     void hasText();
+    void cellOfAmericanEnglishIsNoTranslation();
+    void sourceTexts_data();
+    void sourceTexts();
     void keys_data();
     void keys();
     void columns_data();
@@ -285,6 +288,52 @@ void TestDictionary::hasText()
     const MappedDictionary dictionary(dictionaryBytes(smallContents()));
     QVERIFY(dictionary.isOpen());
     QTEST(dictionary->hasText(number, language), "has");
+}
+
+void TestDictionary::cellOfAmericanEnglishIsNoTranslation()
+{
+    QByteArray bytes = dictionaryBytes(smallContents());
+    const auto cellOf = [&](qint32 language) {
+        return qFromBigEndian<quint32>(bytes.constData() + headerSize + cellSize * (33 + language + 1));
+    };
+    QVERIFY(cellOf(american) != cellOf(german));
+    setCell(bytes, 33, 1, french, cellOf(american));
+    const MappedDictionary dictionary(bytes);
+    QVERIFY(dictionary.isOpen());
+    QCOMPARE(dictionary->text(1, french), u"the file"_s);
+    QVERIFY(!dictionary->hasText(1, french));
+    QVERIFY(dictionary->hasText(1, american));
+}
+
+void TestDictionary::sourceTexts_data()
+{
+    QTest::addColumn<qint32>("number");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("text") << 1 << u"Datei"_s;
+    QTest::newRow("unfilled") << 3 << QString();
+    QTest::newRow("empty") << 5 << QString();
+    QTest::newRow("the mark of another number") << 6 << u"*** 12 ***"_s;
+    QTest::newRow("an asterisk") << 12 << u"*"_s;
+    QTest::newRow("begins like the mark") << 13 << u"*** 13 ****"_s;
+    QTest::newRow("ends like the mark") << 14 << u" *** 14 ***"_s;
+    QTest::newRow("a mark with another number in front") << 15 << u"*** 015 ***"_s;
+    QTest::newRow("0") << 0 << QString();
+    QTest::newRow("behind the last") << 16 << QString();
+}
+
+void TestDictionary::sourceTexts()
+{
+    QFETCH(qint32, number);
+    DictionaryContents contents = smallContents();
+    contents.texts[12].source = u"*"_s;
+    contents.texts[13].source = u"*** 13 ****"_s;
+    contents.texts[14].source = u" *** 14 ***"_s;
+    contents.texts[15].source = u"*** 015 ***"_s;
+    const MappedDictionary dictionary(dictionaryBytes(contents));
+    QVERIFY(dictionary.isOpen());
+    QTEST(dictionary->sourceText(number), "text");
+    QTEST(dictionary->sourceText(-number), "text");
 }
 
 void TestDictionary::keys_data()

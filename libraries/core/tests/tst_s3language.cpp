@@ -224,6 +224,9 @@ void TestLanguage::table()
     QTEST(s3WritingSystem(), "writingSystem");
     QTEST(s3WritingSystemName(), "script");
     QTEST(s3IsRightToLeft(), "rightToLeft");
+    QTEST(QGuiApplication::layoutDirection() == Qt::RightToLeft, "rightToLeft");
+    if (letter != u"A"_s && letter != u"E"_s)
+        QCOMPARE(s3AcceptLanguage(), iso + u",en-US;q=0.9,en;q=0.8"_s);
     // Qt knows each of these locales by the name that it gets.
     if (!s3CurrentLanguageIsIndividual())
         QCOMPARE(QLocale(s3CurrentLocaleName()).name(), locale);
@@ -644,6 +647,13 @@ void TestLanguage::findByName_data()
     QTest::newRow("French name") << u"français"_s << u"F"_s;
     QTest::newRow("upper case") << u"FRANZÖSISCH"_s << u"F"_s;
     QTest::newRow("Japanese name") << u"日本語"_s << u"7"_s;
+    for (qint32 index = 0; index < 32; ++index) {
+        const QString letter = s3LanguageLetter(index);
+        if (!u"DF7"_s.contains(letter)) {
+            QTest::addRow("name of %s", qPrintable(letter))
+                << u"Sprache%1"_s.arg(s3LanguageIndex(letter)) << letter;
+        }
+    }
     QTest::newRow("letter before name") << u"s"_s << u"S"_s;
     QTest::newRow("name of an individual language") << u"individ.3"_s << u"3"_s;
     QTest::newRow("name with blanks around it") << u" French "_s << QString();
