@@ -31,8 +31,8 @@ public:
     void setAttachments(const QStringList &paths);
 
     // Submits the mail through Simple MAPI: at once when `sendDirectly` is set, otherwise by way of the
-    // mail client's compose window, and then it returns when that window is closed. `error` stays
-    // as it is on success and otherwise becomes the reason in words. Main thread.
+    // mail client's compose window, and then it returns when that window is closed. `error` is
+    // empty on success and otherwise the reason in words. Main thread.
     void send(bool sendDirectly, bool readReceipt, QString &error) const;
 
     // The same with another receiver than Simple MAPI. The structures point into this object and are

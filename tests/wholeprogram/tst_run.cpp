@@ -30,6 +30,8 @@ private Q_SLOTS:
     void environmentInTheArgument();
     void twoPositionalArguments();
     void bodyFileMissing();
+    void bodyFileMissingWithLog();
+    void bodyFileOfOneLongLine();
     void withoutMapi();
     void withoutEitherEntry();
     void narrowEntryAlone();
@@ -297,6 +299,28 @@ void TestRun::bodyFileMissing()
     QCOMPARE(result.exitCode, toolplatform::exitCodeOfMinusOne());
     QCOMPARE(result.boxText(), u"Couldn't find body file "_s + tool.directory() + u"/missing.txt"_s);
     QVERIFY(result.calls.isEmpty());
+}
+
+void TestRun::bodyFileMissingWithLog()
+{
+    const ToolRun tool;
+    const ToolResult result = tool.runZml("DEBUG=1\nBODYFILE=missing.txt\n");
+    QVERIFY(result.ended);
+    QCOMPARE(result.exitCode, toolplatform::exitCodeOfMinusOne());
+    // The failure itself is no line of the log.
+    const QString line = u"gui.ostrelle: Reading parameter from file %1"_s.arg(tool.filePath(u"mail.zml"_s));
+    QCOMPARE(tool.readFile(u"ostrelle.log"_s), line.toUtf8() + toolplatform::lineEnd());
+}
+
+void TestRun::bodyFileOfOneLongLine()
+{
+    constexpr qsizetype size = 4 << 20;
+    const ToolRun tool;
+    tool.writeFile(u"text.txt"_s, QByteArray(size, 'x'));
+    const ToolResult result = tool.runZml("BODYFILE=text.txt\n");
+    QVERIFY(result.ended);
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.message()[u"lpszNoteText"_s].toString().size(), size);
 }
 
 void TestRun::withoutMapi()

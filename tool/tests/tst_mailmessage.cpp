@@ -191,7 +191,7 @@ void TestMailMessage::results()
     QFETCH(quint32, code);
     Submission submission;
     submission.answer = code;
-    QString error;
+    QString error = u"of an earlier mail"_s;
     MailMessage().send(true, false, error, std::ref(submission));
     QTEST(error, "expected");
     QCOMPARE(submission.calls, 1);
