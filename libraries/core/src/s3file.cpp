@@ -1,13 +1,20 @@
 #include "s3file.h"
 
+#include "coreutil.h"
+#include "platform/replacefile.h"
+#include "s3dir.h"
 #include "s3fileinfo.h"
 #include "s3string.h"
 #include "s3translate.h"
 #include "test/s3trace.h"
 
+#include <QRandomGenerator>
+#include <QStorageInfo>
 #include <QStringView>
 
 #include <array>
+#include <filesystem>
+#include <system_error>
 
 using namespace Qt::StringLiterals;
 
@@ -52,6 +59,41 @@ QString normalised(const QString &path)
     return s3String(path).toForwardSlashes();
 }
 
+void traceCopy(const s3File &source, const QString &target, bool result)
+{
+    s3Trace(226, [&] {
+        return u"s3File::copy() fileName=%1 fileSize=%2 newName=%3 --> ret=%4 newSize=%5"_s.arg(
+            source.fileName(), QString::number(source.size()), target, result ? u"true"_s : u"false"_s,
+            QString::number(s3File(target).size()));
+    });
+}
+
+// A name for a copy in the directory of `target`. Short, so that it fits wherever the target's does.
+QString nameBeside(const s3File &target)
+{
+    const QString name = u"s3copy.%1.tmp"_s.arg(QRandomGenerator::global()->generate64(), 0, 36);
+    return s3PathJoin(s3FileInfo(target).path(), name);
+}
+
+// Whether a copy of `source` finds room where `target` is only when that is gone.
+bool isRoomOfTargetNeeded(const s3File &source, const s3File &target)
+{
+    const s3FileInfo targetInfo(target);
+    std::error_code error;
+    const std::filesystem::path path(target.fileName().toStdU16String());
+    if (targetInfo.isSymLink() || std::filesystem::hard_link_count(path, error) != 1)
+        return false;
+    const QStorageInfo storage(targetInfo.absolutePath());
+    const qint64 block = qMax(storage.blockSize(), 1);
+    const auto onDisk = [block](qint64 size) {
+        return (size + block - 1) / block * block;
+    };
+    const qint64 available = storage.bytesAvailable();
+    const qint64 needed = onDisk(source.size());
+    return storage.isValid() && available >= 0 && available < needed
+        && available + onDisk(target.size()) >= needed;
+}
+
 // Whether the source is gone once `target` is removed: both name one file, and not by `target` being a
 // link to the source.
 bool isSameFile(const QFile &source, const QFile &target)
@@ -91,11 +133,7 @@ bool s3File::copy(const QString &newName)
 {
     const QString target = normalised(newName);
     const bool result = QFile::copy(target);
-    s3Trace(226, [&] {
-        return u"s3File::copy() fileName=%1 fileSize=%2 newName=%3 --> ret=%4 newSize=%5"_s.arg(
-            fileName(), QString::number(size()), target, result ? u"true"_s : u"false"_s,
-            QString::number(s3File(target).size()));
-    });
+    traceCopy(*this, target, result);
     return result;
 }
 
@@ -128,12 +166,17 @@ bool s3File::remove(bool force)
         return false;
     if (QFile::remove())
         return true;
+    restorePermissions(former);
+    return false;
+}
+
+void s3File::restorePermissions(QFileDevice::Permissions former) const
+{
     // Not through this object: a call that succeeds would clear the error of the removal. And without the
     // flags of the user, who may write where the mode does not say so: they would be added to the mode.
     constexpr QFileDevice::Permissions user
         = QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser;
     QFile::setPermissions(fileName(), former & ~user);
-    return false;
 }
 
 bool s3File::makeWritable()
@@ -172,16 +215,21 @@ bool s3File::copy(const QString &fileName, const QString &newName, bool overwrit
                   QFileDevice::FileError &error, QString &errorString)
 {
     s3File source(fileName);
+    s3File target(newName);
     errorString.clear();
-    if (overwrite) {
-        s3File target(newName);
-        if (target.exists() && source.exists() && !isSameFile(source, target) && !target.remove(true)) {
-            error = target.error();
+    bool isCopied = false;
+    if (overwrite && target.exists() && source.exists() && !isSameFile(source, target)) {
+        const Replacement outcome = target.replaceByCopyOf(source);
+        if (outcome == Replacement::TargetStays) {
+            error = target.error() != NoError ? target.error() : RemoveError;
             errorString = target.errorText(RemoveError);
             return false;
         }
+        isCopied = outcome == Replacement::Done;
+    } else {
+        isCopied = source.copy(newName);
     }
-    if (!source.copy(newName)) {
+    if (!isCopied) {
         error = source.error();
         errorString = s3Translate(u"Datei %1 konnte nicht nach %2 kopiert werden."_s).arg(fileName, newName)
             + u'\n' + source.nativeErrorText();
@@ -189,6 +237,51 @@ bool s3File::copy(const QString &fileName, const QString &newName, bool overwrit
     }
     error = NoError;
     return true;
+}
+
+s3File::Replacement s3File::replaceByCopyOf(s3File &source)
+{
+    const QString whole = nameBeside(*this);
+    if (!source.QFile::copy(whole)) {
+        s3File part(whole);
+        part.remove(true);
+        if (!s3FileInfo(s3FileInfo(*this).path()).isWritable()) {
+            // What takes no new file does not let this one go either. The attempt is for the reason.
+            if (!part.open(WriteOnly)) {
+                setErrorString(part.errorString());
+                return Replacement::TargetStays;
+            }
+            part.close();
+            part.remove(true);
+        }
+        bool isCopied = false;
+        if (isRoomOfTargetNeeded(source, *this)) {
+            if (!remove(true))
+                return Replacement::TargetStays;
+            isCopied = source.QFile::copy(fileName());
+        } else {
+            source.setErrorString(source.errorString().replace(whole, fileName()));
+        }
+        traceCopy(source, fileName(), isCopied);
+        return isCopied ? Replacement::Done : Replacement::NotCopied;
+    }
+
+    quint32 failure = platform::replaceFile(whole, fileName());
+    if (failure != 0) {
+        // The read-only attribute of Windows.
+        const QFileDevice::Permissions former = permissions();
+        if (makeWritable())
+            failure = platform::replaceFile(whole, fileName());
+        if (failure != 0) {
+            restorePermissions(former);
+            s3File(whole).remove(true);
+            unsetError();
+            setErrorString(s3ErrorString(int(failure)));
+            return Replacement::TargetStays;
+        }
+    }
+    traceCopy(source, fileName(), true);
+    return Replacement::Done;
 }
 
 bool s3File::copy(const QString &fileName, const QString &newName, bool overwrite, QString &errorString)

@@ -55,9 +55,13 @@ public:
     // The reason as Qt tells it, errorString(), in German where it is one of the four everyday ones.
     [[nodiscard]] QString nativeErrorText() const;
 
-    // Copies `fileName` to `newName`; with `overwrite` an existing target is removed first, forcefully.
+    // Copies `fileName` to `newName`; with `overwrite` an existing target is replaced, forcefully.
     // A target that is the source itself is left alone, and the copy fails, as it does on any existing
-    // target that is still there. So a target that was removed is gone when the copying fails afterwards.
+    // target without `overwrite`.
+    //
+    // A target is replaced in one step, by a whole copy that was made beside it: other processes see the
+    // former file or the new one, and a failure leaves the former one. Only where the copy finds no room
+    // beside the target, and does in its place, is the target removed first.
     //
     // "The source itself" are two paths that s3FileInfo holds to be equal, and two paths that lead to one
     // file over linked directories or a linked source: removing that target would lose the only copy.
@@ -68,4 +72,13 @@ public:
                      QFileDevice::FileError &error, QString &errorString);
     static bool copy(const QString &fileName, const QString &newName, bool overwrite, QString &errorString);
     static bool copy(const QString &fileName, const QString &newName, bool overwrite);
+
+private:
+    enum class Replacement { Done, NotCopied, TargetStays };
+
+    // Puts a copy of `source` in the place of this file, which exists. NotCopied: the source tells why;
+    // TargetStays: this file tells why it cannot be replaced.
+    [[nodiscard]] Replacement replaceByCopyOf(s3File &source);
+
+    void restorePermissions(QFileDevice::Permissions former) const;
 };

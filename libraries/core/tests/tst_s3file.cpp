@@ -3,6 +3,7 @@
 #include "ostrelletest/ordinaryuser.h"
 #include "ostrelletest/scopedcurrentdir.h"
 #include "ostrelletest/scopedtestflag.h"
+#include "ostrelletest/smallvolume.h"
 #include "ostrelletest/symboliclink.h"
 #include "ostrelletest/tracerecorder.h"
 #include "s3file.h"
@@ -10,6 +11,9 @@
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <filesystem>
+#include <system_error>
 
 using namespace Qt::StringLiterals;
 
@@ -100,6 +104,11 @@ private Q_SLOTS:
     void copyNeverLosesItsSourceBehindLinks_data();
     void copyNeverLosesItsSourceBehindLinks();
     void copyReplacesALinkToItsSource();
+    void copyKeepsTheTargetOfAnUnreadableSource();
+    void copyReplacesTheTargetAsAWhole();
+    void copyOntoAFullVolume_data();
+    void copyOntoAFullVolume();
+    void copyOfATargetIsTracedOnce();
     void copyTakesPlaceholdersInNamesLiterally();
     void shortFormsOfCopy();
     void copiesOverLongPaths();
@@ -729,6 +738,104 @@ void TestFile::copyReplacesALinkToItsSource()
     QCOMPARE(readFile(dir.filePath(u"a"_s)), "text");
 }
 
+void TestFile::copyKeepsTheTargetOfAnUnreadableSource()
+{
+    const OrdinaryUser user;
+    QVERIFY(user.isOrdinary());
+    const QTemporaryDir dir;
+    const QString from = dir.filePath(u"a"_s);
+    const QString to = dir.filePath(u"b"_s);
+    QVERIFY(writeFile(from, "new"));
+    QVERIFY(writeFile(to, "old"));
+    {
+        const ScopedUnreadableFile locked(from);
+        QVERIFY(locked.isLocked());
+        const CopyOutcome outcome = copyFile(from, to, true);
+        QVERIFY(!outcome.copied);
+        QVERIFY(outcome.error != QFileDevice::NoError);
+        QVERIFY2(outcome.errorString.startsWith(couldNotCopy(from, to)), qPrintable(outcome.errorString));
+        QVERIFY(!outcome.errorString.contains(u"s3copy"_s));
+    }
+    QCOMPARE(readFile(to), "old");
+    QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList({u"a"_s, u"b"_s}));
+}
+
+// The former file is not written into: another name of it keeps its content.
+void TestFile::copyReplacesTheTargetAsAWhole()
+{
+    const QTemporaryDir dir;
+    QVERIFY(writeFile(dir.filePath(u"a"_s), "new"));
+    QVERIFY(writeFile(dir.filePath(u"b"_s), "old"));
+    std::error_code error;
+    std::filesystem::create_hard_link(dir.filePath(u"b"_s).toStdU16String(),
+                                      dir.filePath(u"other name"_s).toStdU16String(), error);
+    if (error)
+        QSKIP("hard links cannot be made here");
+    const CopyOutcome outcome = copyFile(dir.filePath(u"a"_s), dir.filePath(u"b"_s), true);
+    QVERIFY2(outcome.copied, qPrintable(outcome.errorString));
+    QCOMPARE(readFile(dir.filePath(u"b"_s)), "new");
+    QCOMPARE(readFile(dir.filePath(u"other name"_s)), "old");
+    QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList({u"a"_s, u"b"_s, u"other name"_s}));
+}
+
+void TestFile::copyOntoAFullVolume_data()
+{
+    QTest::addColumn<int>("sourceSize");
+    QTest::addColumn<bool>("hasSecondName");
+    QTest::addColumn<bool>("copied");
+    // The volume has 256 KiB, and the target has 160 of them.
+    QTest::newRow("room beside the target") << 65536 << false << true;
+    QTest::newRow("room in its place alone") << 204800 << false << true;
+    QTest::newRow("no room even in its place") << 409600 << false << false;
+    QTest::newRow("removing one name of it makes no room") << 204800 << true << false;
+}
+
+void TestFile::copyOntoAFullVolume()
+{
+    QFETCH(const int, sourceSize);
+    QFETCH(const bool, hasSecondName);
+    QFETCH(const bool, copied);
+    const QTemporaryDir dir;
+    QVERIFY(QDir(dir.path()).mkdir(u"small"_s));
+    const SmallVolume volume(dir.filePath(u"small"_s), 262144);
+    if (!volume.isMounted())
+        QSKIP("a full volume needs the right to mount (and Linux)");
+    const QString from = dir.filePath(u"a"_s);
+    const QString to = dir.filePath(u"small/b"_s);
+    const QByteArray source(sourceSize, 'n');
+    const QByteArray target(163840, 'o');
+    QVERIFY(writeFile(from, source));
+    QVERIFY(writeFile(to, target));
+    if (hasSecondName)
+        std::filesystem::create_hard_link(to.toStdU16String(), dir.filePath(u"small/c"_s).toStdU16String());
+    const CopyOutcome outcome = copyFile(from, to, true);
+    QVERIFY2(outcome.copied == copied, qPrintable(outcome.errorString));
+    QVERIFY(readFile(to) == (copied ? source : target));
+    if (!copied) {
+        QCOMPARE(outcome.error, QFileDevice::CopyError);
+        QVERIFY2(outcome.errorString.startsWith(couldNotCopy(from, to)), qPrintable(outcome.errorString));
+        QVERIFY(outcome.errorString.size() > couldNotCopy(from, to).size());
+        QVERIFY(!outcome.errorString.contains(u"s3copy"_s));
+    }
+    QCOMPARE(QDir(dir.filePath(u"small"_s)).entryList(QDir::Files | QDir::Hidden),
+             hasSecondName ? QStringList({u"b"_s, u"c"_s}) : QStringList({u"b"_s}));
+}
+
+void TestFile::copyOfATargetIsTracedOnce()
+{
+    const QTemporaryDir dir;
+    const ScopedCurrentDir inside(dir.path());
+    QVERIFY(writeFile(u"a"_s, "12345"));
+    QVERIFY(writeFile(u"b"_s, "1"));
+    const ScopedTestFlag flag(226);
+    const TraceRecorder recorder;
+    QVERIFY(s3File::copy(u"a"_s, u"b"_s, true));
+    QCOMPARE(recorder.lines(),
+             QStringList({u"s3File::copy() fileName=a fileSize=5 newName=b --> ret=true newSize=5"_s}));
+}
+
 void TestFile::copyTakesPlaceholdersInNamesLiterally()
 {
     const QString from = u"none %2 %1"_s;
@@ -767,6 +874,10 @@ void TestFile::copiesOverLongPaths()
     QVERIFY(writeFile(dir.filePath(u"a"_s), "text"));
     const CopyOutcome outcome = copyFile(dir.filePath(u"a"_s), deep + u"/b"_s, true);
     QVERIFY2(outcome.copied, qPrintable(outcome.errorString));
+    QCOMPARE(readFile(deep + u"/b"_s), "text");
+    QVERIFY(writeFile(deep + u"/b"_s, "old"));
+    const CopyOutcome over = copyFile(dir.filePath(u"a"_s), deep + u"/b"_s, true);
+    QVERIFY2(over.copied, qPrintable(over.errorString));
     QCOMPARE(readFile(deep + u"/b"_s), "text");
     QVERIFY(s3File(deep + u"/b"_s).remove(true));
     // One that no system takes.
