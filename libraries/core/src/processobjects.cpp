@@ -3,6 +3,7 @@
 #include "languageobjects.h"
 #include "protocol/messagelog_p.h"
 #include "protocol/s3qeventprotocol_p.h"
+#include "s3settings.h"
 #include "s3tempdir.h"
 
 #include <QFile>
@@ -28,12 +29,14 @@ LanguageObjects language;
 
 }
 
+QString glob_file_guiDir;
 QString glob_file_tempDir;
 QString glob_file_localSettingsDir;
 
 namespace
 {
 
+QString iniFileName;
 QList<s3EnvironmentVariable> changedVariables;
 QHash<int, QString> &names = *new QHash<int, QString>(makeEventNames());
 QSet<int> &ignoredTypes = *new QSet<int>;
@@ -58,6 +61,11 @@ QHash<int, QString> &eventNames()
 QSet<int> &ignoredEventTypes()
 {
     return ignoredTypes;
+}
+
+QString &settingsIniFileName()
+{
+    return iniFileName;
 }
 
 QList<s3EnvironmentVariable> &environmentRecords()

@@ -30,3 +30,6 @@ struct LanguageObjects;
 // The variables that s3TempDirSetEnvironmentVariables changed, oldest first. The process-wide strings of the
 // temporary directory (s3tempdir.h) are defined beside it.
 [[nodiscard]] QList<s3EnvironmentVariable> &environmentRecords();
+
+// The name of the ini file (s3Settings::setIniFileName), empty at first.
+[[nodiscard]] QString &settingsIniFileName();

@@ -3,17 +3,17 @@
 #include "languageobjects.h"
 #include "processobjects.h"
 #include "s3language.h"
+#include "s3whitelabel.h"
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 
-// What a reader sees of a text: under a brand its product name stands for ours. There is no brand to be
-// active yet.
+// What a reader sees of a text: under a brand its product name stands for ours.
 QString branded(const QString &text)
 {
-    return text;
+    return s3WhiteLabelInstance()->replaceProductName(text);
 }
 
 } // namespace

@@ -9,6 +9,9 @@
 // its translation, and the message dictionary, whose texts have numbers. Both are closed until
 // s3OpenDictionaries, and a program that never calls it, like the mail tool, shows its source texts.
 //
+// While a brand is in force (s3whitelabel.h), its product name stands for "Zerk" in what s3Translate,
+// s3GuiText and s3Message give.
+//
 // Text numbers run from 1; a negative number means the same text as the positive one. A language is a
 // language index (s3language.h); -1 is the column of the source texts.
 //

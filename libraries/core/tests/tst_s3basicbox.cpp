@@ -177,6 +177,7 @@ private Q_SLOTS:
     void resizeLeavesAWideBoxAlone();
     void resizeIgnoresHiddenBoxesAndNull();
     void resizeWithoutALabel();
+    void brandGivesTheTitle(); // the last one: a brand stays in force
 };
 
 void TestBasicBox::emptyBoxHasNothing()
@@ -623,6 +624,14 @@ void TestBasicBox::resizeWithoutALabel()
     QResizeEvent event(QSize(1, 1), QSize(10, 100));
     box.resizeEvent(&event);
     QCOMPARE(box.maximumWidth(), shown);
+}
+
+void TestBasicBox::brandGivesTheTitle()
+{
+    s3WhiteLabelInstance()->load(u"Foo.cfg"_s);
+    const BoxVisitor visitor(QMessageBox::Ok);
+    s3BasicBox::information(u"Text"_s);
+    QCOMPARE(visitor.title(), u"Foo"_s);
 }
 
 QTEST_MAIN(TestBasicBox)

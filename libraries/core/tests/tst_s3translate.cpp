@@ -1,6 +1,7 @@
 #include "dictionaryfixture.h"
 #include "s3language.h"
 #include "s3translate.h"
+#include "s3whitelabel.h"
 
 #include <ostrelletest/memoryresource.h>
 #include <ostrelletest/scopedcurrentdir.h>
@@ -27,6 +28,7 @@ DictionaryContents guiContents()
     contents.texts = {
         {1, {u"file"_s, u"Datei"_s, {{english, u"zerk ERP file"_s}}}},
         {2, {QString(), u"Start"_s, {}}},
+        {4, {QString(), u"Zerk"_s, {}}},
     };
     return contents;
 }
@@ -45,6 +47,7 @@ DictionaryContents messageContents()
         {1,
          {u"ERR_ONE"_s, u"Quelle"_s, {{german, u"Fehler in zerk ERP, zerk ERP"_s}, {english, u"Error"_s}}}},
         {3, {u"zerk ERP"_s, u"drei"_s, {{german, u"Zerk ERP, ZERK ERP"_s}}}},
+        {5, {u"Zerk"_s, u"fünf"_s, {}}},
     };
     return contents;
 }
@@ -73,6 +76,7 @@ private Q_SLOTS:
     void unknownTexts();
     void missingTextMark_data();
     void missingTextMark();
+    void brandReplacesTheProductName(); // the last one: a brand stays in force
 
 private:
     QTemporaryDir m_directory;
@@ -127,7 +131,7 @@ void TestTranslate::messagesDecideAboutTheResult()
     QVERIFY2(
         error.endsWith(u"msg.dat.0:\n\nWrong dictionary version!\n\n'004' is expected instead of '005'."_s),
         qPrintable(error));
-    QCOMPARE(s3GuiTextCount(), 2);
+    QCOMPARE(s3GuiTextCount(), 4);
 }
 
 void TestTranslate::openBoth()
@@ -152,9 +156,9 @@ void TestTranslate::messages_data()
     QTest::newRow("other case of the name") << 3 << german << u"Zerk ERP, ZERK ERP"_s;
     QTest::newRow("German stands in") << 3 << japanese << u"Zerk ERP, ZERK ERP"_s;
     QTest::newRow("unfilled") << 2 << german << u"*** 2 ***"_s;
-    QTest::newRow("unknown number") << 4 << german << u"*** 4 ***"_s;
+    QTest::newRow("unknown number") << 6 << german << u"*** 6 ***"_s;
     QTest::newRow("0") << 0 << german << u"*** 0 ***"_s;
-    QTest::newRow("unknown negative number") << -4 << german << u"*** -4 ***"_s;
+    QTest::newRow("unknown negative number") << -6 << german << u"*** -6 ***"_s;
 }
 
 void TestTranslate::messages()
@@ -178,7 +182,7 @@ void TestTranslate::messageKeys_data()
     QTest::newRow("negative number") << -1 << u"ERR_ONE"_s;
     QTest::newRow("nothing is replaced") << 3 << u"zerk ERP"_s;
     QTest::newRow("unfilled") << 2 << QString();
-    QTest::newRow("unknown number") << 4 << QString();
+    QTest::newRow("unknown number") << 6 << QString();
     QTest::newRow("0") << 0 << QString();
 }
 
@@ -238,6 +242,20 @@ void TestTranslate::missingTextMark()
 {
     QFETCH(qint32, number);
     QTEST(s3MissingTextMark(number), "mark");
+}
+
+void TestTranslate::brandReplacesTheProductName()
+{
+    QCOMPARE(s3Translate(u"Zerk ist da."_s), u"Zerk ist da."_s);
+    s3WhiteLabelInstance()->load(u"Foo.cfg"_s);
+    QCOMPARE(s3Translate(u"Zerk ist da."_s), u"Foo ist da."_s);
+    QCOMPARE(s3Message(1, german), u"Fehler in Foo, Foo"_s);
+    QCOMPARE(s3Message(3, german), u"Foo ERP, ZERK ERP"_s);
+    // A GUI text keeps its lower case, and keys and source texts are no text for a reader.
+    QCOMPARE(s3GuiText(1, english), u"zerk ERP file"_s);
+    QCOMPARE(s3GuiText(4, german), u"Foo"_s);
+    QCOMPARE(s3GuiSourceText(4), u"Zerk"_s);
+    QCOMPARE(s3MessageKey(5), u"Zerk"_s);
 }
 
 QTEST_MAIN(TestTranslate)
