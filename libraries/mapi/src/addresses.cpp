@@ -55,6 +55,34 @@ bool isSendable(std::string_view address)
     return at == std::string_view::npos ? isLocalUser(address) : isAscii(address.substr(at));
 }
 
+// Whether an encoded word (RFC 2047) stands for a zero byte, which the parser would leave out. In the wide
+// charsets each ASCII character has one.
+bool hidesZeroByte(std::string_view text)
+{
+    while (true) {
+        const std::size_t start = text.find("=?");
+        if (start == std::string_view::npos)
+            return false;
+        text.remove_prefix(start + 2);
+        const std::size_t encoding = text.find('?');
+        if (encoding == std::string_view::npos || encoding + 2 >= text.size() || text[encoding + 2] != '?')
+            continue;
+        std::string_view data = text.substr(encoding + 3);
+        data = data.substr(0, data.find("?="));
+        const char kind = text[encoding + 1];
+        const bool wide = text.substr(0, 4) == "UTF-" && text.substr(0, 5) != "UTF-8";
+        if ((kind == 'Q' || kind == 'q') && data.find("=00") != std::string_view::npos)
+            return true;
+        if ((kind == 'B' || kind == 'b') && !wide) {
+            gsize size = 0;
+            const std::unique_ptr<guchar, decltype(&g_free)> decoded(
+                g_base64_decode(std::string(data).c_str(), &size), &g_free);
+            if (std::find(decoded.get(), decoded.get() + size, 0) != decoded.get() + size)
+                return true;
+        }
+    }
+}
+
 // The bytes of a text that carry meaning, in an order of their own, so that two texts with differently
 // arranged names, comments, quotes and brackets can be compared.
 std::string significantBytes(std::string_view text)
@@ -118,6 +146,9 @@ std::vector<Mailbox> parseByGrammar(std::string_view text)
         const char *written = internet_address_mailbox_get_addr(mailbox);
         const char *ascii = internet_address_mailbox_get_idn_addr(mailbox);
         Mailbox result{utf8FromBytes(name), utf8FromBytes(ascii != nullptr ? ascii : written)};
+        // An encoded name may hide what could not be written openly.
+        if (hasLineBreak(result.name))
+            refuse(text);
         if (!isSendable(result.address) || (count > 1 && result.address.find('@') == std::string::npos))
             refuse(text);
         understood += result.name;
@@ -143,7 +174,7 @@ std::vector<Mailbox> parseByGrammar(std::string_view text)
 std::vector<Mailbox> parseAddresses(std::string_view text)
 {
     const std::string_view wanted = withoutTransport(text);
-    if (wanted.empty() || hasLineBreak(wanted))
+    if (wanted.empty() || hasLineBreak(wanted) || hidesZeroByte(wanted))
         refuse(text);
     if (const auto split = splitBracketed(wanted)) {
         std::vector<Mailbox> mailboxes = parseByGrammar(split->address);

@@ -8,12 +8,14 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <mutex>
 #include <optional>
 #include <thread>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -54,7 +56,15 @@ public:
         check(posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1));
     }
 
-    void isolate()
+    void connectToNothing()
+    {
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            check(posix_spawn_file_actions_addopen(&m_actions, stream, "/dev/null", O_RDWR, 0));
+        check(posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1));
+    }
+
+    // In a process group of its own, or even in a session.
+    void isolate(bool session = false)
     {
         sigset_t all{};
         sigset_t none{};
@@ -63,8 +73,9 @@ public:
         check(posix_spawnattr_setsigdefault(&m_attributes, &all));
         check(posix_spawnattr_setsigmask(&m_attributes, &none));
         check(posix_spawnattr_setpgroup(&m_attributes, 0));
+        const int group = session ? POSIX_SPAWN_SETSID : POSIX_SPAWN_SETPGROUP;
         check(posix_spawnattr_setflags(
-            &m_attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP));
+            &m_attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | group)));
     }
 
     pid_t spawn(const std::vector<std::string> &arguments) const
@@ -117,6 +128,8 @@ public:
     Child &operator=(const Child &) = delete;
 
     void kill(int signal) const { ::kill(-m_pid, signal); }
+    // From now on it belongs to nobody.
+    void release() { m_reaped = true; }
 
     // Whether the child ended before `deadline`.
     bool waitUntil(Clock::time_point deadline)
@@ -183,6 +196,57 @@ private:
     bool m_reaped = false;
 };
 
+// The children that were left running. They end when their user closes them, and somebody has to ask for
+// their status then. A handle names a process for good, which its number does not.
+class LeftChildren
+{
+public:
+    void add(pid_t pid)
+    {
+        FileDescriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0U)));
+        if (!handle.isOpen())
+            return; // an old kernel: it stays until this process ends
+        const std::lock_guard lock(m_mutex);
+        m_handles.push_back(std::move(handle));
+    }
+    void clear()
+    {
+        const std::lock_guard lock(m_mutex);
+        std::erase_if(m_handles, [](const FileDescriptor &handle) {
+            siginfo_t info{};
+            const int answer = ::waitid(P_PIDFD, static_cast<id_t>(handle.get()), &info, WEXITED | WNOHANG);
+            return answer != 0 || info.si_pid != 0; // NOLINT: the union's active member
+        });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<FileDescriptor> m_handles;
+};
+
+LeftChildren &leftChildren()
+{
+    static LeftChildren children;
+    return children;
+}
+
+}
+
+std::optional<ChildResult> startDetached(const std::vector<std::string> &arguments,
+                                         std::chrono::milliseconds watchTime)
+{
+    const ScopedWaitableChildren waitable;
+    leftChildren().clear();
+    SpawnSetup setup;
+    setup.connectToNothing();
+    setup.isolate(true);
+    const pid_t pid = setup.spawn(arguments);
+    Child child(pid, FileDescriptor());
+    if (child.waitUntil(Clock::now() + watchTime))
+        return std::move(child).result();
+    child.release();
+    leftChildren().add(pid);
+    return {};
 }
 
 ChildResult runChild(const std::vector<std::string> &arguments, int standardInput,

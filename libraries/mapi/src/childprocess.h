@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,5 +29,13 @@ struct ChildResult {
 // the command has ended. Throws Failure as resultFromErrno says when the command cannot be started.
 [[nodiscard]] ChildResult runChild(const std::vector<std::string> &arguments, int standardInput,
                                    std::chrono::milliseconds timeLimit);
+
+// Starts a command that may go on for as long as it likes, in a session of its own, with "/dev/null" as
+// its standard streams, and otherwise as runChild starts one. Watches it for `watchTime`: how it ended
+// within that time, without standardError; nothing when it still runs. Then it is left alone; what has
+// ended meanwhile is cleared away at the next call. Throws Failure as resultFromErrno says when the command
+// cannot be started.
+[[nodiscard]] std::optional<ChildResult> startDetached(const std::vector<std::string> &arguments,
+                                                       std::chrono::milliseconds watchTime);
 
 }

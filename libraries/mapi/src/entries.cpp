@@ -1,14 +1,13 @@
 #include "failure.h"
+#include "mapilog.h"
 #include "message.h"
 #include "submission.h"
 
-#include <glib.h>
-
 #include <new>
+#include <string>
 
-// The two entries of the library. Nothing of C++ leaves them: every failure is a result code. The reason of
-// a failure is written to the log of GLib at debug level, which G_MESSAGES_DEBUG=ostrelle-mapi shows on
-// standard error.
+// The two entries of the library. Nothing of C++ leaves them: every failure is a result code, and its
+// reason a line of the log.
 
 namespace
 {
@@ -17,10 +16,10 @@ template <typename Read> ULONG resultOf(const Read &read, FLAGS flags) noexcept
 {
     try {
         mapi::submit(read(), flags);
+        mapi::logLine("result 0");
         return SUCCESS_SUCCESS;
     } catch (const mapi::Failure &failure) {
-        g_log("ostrelle-mapi", G_LOG_LEVEL_DEBUG, "%s [%u]", failure.what(),
-              static_cast<unsigned>(failure.code()));
+        mapi::logLine("result " + std::to_string(failure.code()) + ": " + failure.what());
         return failure.code();
     } catch (const std::bad_alloc &) {
         return MAPI_E_INSUFFICIENT_MEMORY;

@@ -112,23 +112,6 @@ std::string quotedString(std::string_view text)
     return quoted;
 }
 
-// Bytes that RFC 2231 lets stand for themselves, without those that some receivers read differently.
-std::string percentEncoded(std::string_view text)
-{
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string out;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')
-            || c == '.' || c == '-' || c == '_';
-        if (plain)
-            out.push_back(c);
-        else
-            out.append({'%', digits[byte >> 4], digits[byte & 0xF]});
-    }
-    return out;
-}
-
 std::string encodeMailbox(const Mailbox &mailbox)
 {
     if (mailbox.name.empty())
@@ -166,6 +149,11 @@ std::string encodeParameter(std::string_view name, std::string_view value)
         value.remove_prefix(length);
     }
     return out;
+}
+
+std::string mailboxText(const Mailbox &mailbox)
+{
+    return mailbox.name.empty() ? mailbox.address : quotedString(mailbox.name) + " <" + mailbox.address + ">";
 }
 
 std::string encodeMailboxes(const std::vector<Mailbox> &mailboxes)

@@ -22,6 +22,10 @@ namespace mapi
 // decode piece by piece are common.
 [[nodiscard]] std::string encodeParameter(std::string_view name, std::string_view value);
 
+// A mailbox as a person would type it into an address field, in UTF-8 and on one line. A name always stands
+// in quotes, so the text never begins with a character that a command line could take for an option.
+[[nodiscard]] std::string mailboxText(const Mailbox &mailbox);
+
 // A list of mailboxes, one per line.
 [[nodiscard]] std::string encodeMailboxes(const std::vector<Mailbox> &mailboxes);
 

@@ -1,15 +1,11 @@
 #include "outbox.h"
 
 #include "environment.h"
+#include "privatefiles.h"
 #include "resultcodes.h"
 
-#include <array>
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
 #include <ctime>
-#include <memory>
-#include <random>
 #include <string_view>
 
 #include <dirent.h>
@@ -25,8 +21,6 @@ namespace
 constexpr std::string_view partPrefix = ".ostrelle-";
 constexpr std::string_view partSuffix = ".part";
 constexpr std::string_view mailSuffix = ".eml";
-constexpr mode_t directoryMode = 0700;
-constexpr mode_t fileMode = 0600;
 
 // With 64 random bits in a name one attempt is enough, unless the random numbers are broken.
 constexpr int attempts = 8;
@@ -36,41 +30,6 @@ bool isPart(std::string_view name)
     return name.size() > partPrefix.size() + partSuffix.size()
         && name.substr(0, partPrefix.size()) == partPrefix
         && name.substr(name.size() - partSuffix.size()) == partSuffix;
-}
-
-std::string uniqueName()
-{
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    struct tm utc {
-    };
-    gmtime_r(&now.tv_sec, &utc);
-    std::array<char, 32> seconds{};
-    strftime(seconds.data(), seconds.size(), "%Y%m%dT%H%M%S", &utc);
-
-    std::random_device random;
-    const std::uint64_t tail = (std::uint64_t(random()) << 32) | random();
-    std::array<char, 80> name{};
-    std::snprintf(name.data(), name.size(), "%s.%06ldZ-%016llx", seconds.data(),
-                  static_cast<long>(now.tv_nsec / 1000), static_cast<unsigned long long>(tail));
-    return name.data();
-}
-
-void makeDirectories(const std::string &directory)
-{
-    for (std::size_t end = directory.find('/', 1);; end = directory.find('/', end + 1)) {
-        const std::string part = directory.substr(0, end);
-        if (::mkdir(part.c_str(), directoryMode) != 0 && errno != EEXIST) {
-            // On some file systems an existing directory may answer otherwise; opening it is the judge.
-            const int error = errno;
-            struct stat status {
-            };
-            if (::stat(part.c_str(), &status) != 0)
-                throw systemFailure("mkdir", part, error);
-        }
-        if (end == std::string::npos)
-            return;
-    }
 }
 
 // Gives the file its final name without ever replacing another. True when it has it, false when the name
@@ -91,22 +50,15 @@ bool publish(int directory, const std::string &part, const std::string &name)
     throw systemFailure("rename", name, errno);
 }
 
-struct DirectoryCloser {
-    void operator()(DIR *directory) const noexcept { ::closedir(directory); }
-};
-
 // The unfinished file; gone at the end of the scope unless it was published.
 class PartFile
 {
 public:
     PartFile(int directory, std::string name) : m_directory(directory), m_name(std::move(name))
     {
-        m_file = FileDescriptor(::openat(directory, m_name.c_str(),
-                                         O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, fileMode));
+        m_file = createPrivateFile(directory, m_name);
         if (!m_file.isOpen())
             throw systemFailure("create", m_name, errno);
-        // The umask may have taken bits that the owner needs. Not every file system knows modes.
-        static_cast<void>(::fchmod(m_file.get(), fileMode));
     }
     ~PartFile()
     {
@@ -139,14 +91,16 @@ private:
 
 }
 
-std::string Outbox::defaultDirectory()
+std::string Outbox::defaultDirectory(const std::string &configured)
 {
-    std::string configured = environmentVariable("OSTRELLE_OUTBOX").value_or(std::string());
-    if (configured.empty())
+    std::string directory = environmentVariable("OSTRELLE_OUTBOX").value_or(std::string());
+    if (directory.empty())
+        directory = configured;
+    if (directory.empty())
         return userDataDirectory() + "/ostrelle/outbox";
-    if (configured.front() != '/')
-        throw Failure(MAPI_E_FAILURE, "OSTRELLE_OUTBOX is not an absolute path: " + configured);
-    return configured;
+    if (directory.front() != '/')
+        throw Failure(MAPI_E_FAILURE, "the outbox is not an absolute path: " + directory);
+    return directory;
 }
 
 Outbox::Outbox(std::string directory) : m_directory(std::move(directory))
@@ -183,21 +137,13 @@ std::string Outbox::store(const std::function<void(FileSink &)> &write)
 
 void Outbox::removeLeftovers(std::chrono::seconds age) noexcept
 {
-    FileDescriptor readable(::open(m_directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const std::unique_ptr<DIR, DirectoryCloser> directory(readable.isOpen() ? ::fdopendir(readable.get())
-                                                                            : nullptr);
-    if (directory == nullptr)
-        return;
-    static_cast<void>(readable.release()); // the stream closes it
     const time_t limit = ::time(nullptr) - static_cast<time_t>(age.count());
-    while (const dirent *entry
-           = ::readdir(directory.get())) { // NOLINT(concurrency-mt-unsafe): a stream of our own
+    for (const std::string &name : entriesOf(m_handle.get())) {
         struct stat status {
         };
-        if (isPart(entry->d_name)
-            && ::fstatat(m_handle.get(), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0
+        if (isPart(name) && ::fstatat(m_handle.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0
             && S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_mtim.tv_sec <= limit)
-            ::unlinkat(m_handle.get(), entry->d_name, 0);
+            ::unlinkat(m_handle.get(), name.c_str(), 0);
     }
 }
 

@@ -19,9 +19,10 @@ namespace mapi
 class Outbox
 {
 public:
-    // OSTRELLE_OUTBOX, or "ostrelle/outbox" in the user's data directory when that is not set or empty.
-    // Throws Failure(MAPI_E_FAILURE) for a relative path: the mail would depend on the working directory.
-    [[nodiscard]] static std::string defaultDirectory();
+    // OSTRELLE_OUTBOX; when that is not set or empty, `configured`; when that is empty too,
+    // "ostrelle/outbox" in the user's data directory. Throws Failure(MAPI_E_FAILURE) for a relative path:
+    // the mail would depend on the working directory.
+    [[nodiscard]] static std::string defaultDirectory(const std::string &configured = {});
 
     // Opens `directory` and creates it and what is missing above it, for the owner only. Links are
     // followed. Throws Failure as resultFromErrno says.

@@ -11,7 +11,6 @@
 #include <cstdlib>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 namespace mapi
 {
@@ -21,13 +20,6 @@ namespace
 
 constexpr std::chrono::seconds defaultTimeLimit = std::chrono::minutes(10);
 constexpr long longestTimeLimit = 24L * 60 * 60;
-
-bool isExecutable(const std::string &path)
-{
-    struct stat status {
-    };
-    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;
-}
 
 FileDescriptor unnamedFile()
 {
@@ -51,7 +43,7 @@ std::optional<std::string> findSendmail()
     if (auto configured = environmentVariable("OSTRELLE_SENDMAIL")) {
         if (configured->empty())
             return {};
-        if (configured->front() != '/' || !isExecutable(*configured))
+        if (configured->front() != '/' || !isExecutableFile(*configured))
             throw Failure(MAPI_E_FAILURE,
                           "OSTRELLE_SENDMAIL is not the absolute path of a command: " + *configured);
         return configured;
@@ -60,7 +52,7 @@ std::optional<std::string> findSendmail()
     for (const std::string &directory : commandDirectories())
         candidates.push_back(directory + "/sendmail");
     for (const std::string &candidate : candidates) {
-        if (isExecutable(candidate))
+        if (isExecutableFile(candidate))
             return candidate;
     }
     return {};

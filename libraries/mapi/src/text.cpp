@@ -125,6 +125,27 @@ bool isAscii(std::string_view text) noexcept
     return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
+std::string percentEncoded(std::string_view text, std::string_view plain)
+{
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(text.size());
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+        if (letter || c == '.' || c == '-' || c == '_' || plain.find(c) != std::string_view::npos)
+            out.push_back(c);
+        else
+            out.append({'%', digits[byte >> 4], digits[byte & 0xF]});
+    }
+    return out;
+}
+
+std::string fileUri(std::string_view path)
+{
+    return "file://" + percentEncoded(path, "/");
+}
+
 std::string withLineEnds(std::string_view text, std::string_view lineEnd)
 {
     std::string out;

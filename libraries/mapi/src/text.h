@@ -25,6 +25,11 @@ namespace mapi
 // Without blanks and tabs at both ends.
 [[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
 [[nodiscard]] bool isAscii(std::string_view text) noexcept;
+// Percent-encodes every byte but ASCII letters, digits, ".", "-", "_" and those in `plain`: narrower than
+// what URIs (RFC 3986) and parameters (RFC 2231) allow, because some receivers read more.
+[[nodiscard]] std::string percentEncoded(std::string_view text, std::string_view plain = {});
+// The file: URI of an absolute path.
+[[nodiscard]] std::string fileUri(std::string_view path);
 // Every line end ("\r\n", "\r", "\n") becomes `lineEnd`.
 [[nodiscard]] std::string withLineEnds(std::string_view text, std::string_view lineEnd);
 

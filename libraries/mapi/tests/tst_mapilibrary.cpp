@@ -162,6 +162,11 @@ void TestMapiLibrary::init()
     set("OSTRELLE_SENDMAIL", "");
     set("HOME", QFile::encodeName(m_dir->path()));
     set("XDG_DATA_HOME", QByteArray());
+    // No desktop, no settings of this machine.
+    set("DISPLAY", QByteArray());
+    set("WAYLAND_DISPLAY", QByteArray());
+    set("XDG_CONFIG_HOME", QFile::encodeName(path(u"config"_s)));
+    set("XDG_CONFIG_DIRS", QFile::encodeName(path(u"config"_s)));
 }
 
 void TestMapiLibrary::cleanup()

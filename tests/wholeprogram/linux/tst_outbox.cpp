@@ -74,6 +74,8 @@ TestOutbox::Run TestOutbox::run(const QString &zml, const QString &sendmail) con
     environment.insert(u"OSTRELLE_OUTBOX"_s, m_directory.filePath(u"outbox"_s));
     environment.insert(u"OSTRELLE_SENDMAIL"_s, sendmail);
     environment.insert(u"XDG_RUNTIME_DIR"_s, m_directory.path());
+    environment.insert(u"XDG_CONFIG_HOME"_s, m_directory.filePath(u"config"_s));
+    environment.insert(u"XDG_CONFIG_DIRS"_s, m_directory.filePath(u"config"_s));
     QProcess tool;
     tool.setProcessEnvironment(environment);
     tool.start(QStringLiteral(OSTRELLE_TOOL), {zml});
