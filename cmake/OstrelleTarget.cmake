@@ -39,9 +39,18 @@ function(ostrelle_configure_target target)
     if(WIN32)
         target_compile_definitions(${target} PRIVATE
             UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+        # The same sources give the same bytes.
+        target_link_options(${target} PRIVATE -Wl,--no-insert-timestamp)
     else()
         target_link_options(${target} PRIVATE -Wl,--no-undefined)
     endif()
+    # A package is the same wherever it was built: file names in it begin at the root of the tree, whether the compiler
+    # gets them absolute or relative to the build folder.
+    file(RELATIVE_PATH upwards "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
+    string(REGEX REPLACE "/$" "" upwards "${upwards}")
+    target_compile_options(${target} PRIVATE
+        "$<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>"
+        "$<$<CONFIG:Release>:-ffile-prefix-map=${upwards}/=>")
     if(OSTRELLE_SANITIZERS)
         target_compile_options(${target} PRIVATE
             -fsanitize=${OSTRELLE_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -39,15 +39,6 @@ private:
 namespace
 {
 
-QStringList addressesOf(const QJsonValue &list)
-{
-    QStringList result;
-    const QJsonArray addresses = list.toArray();
-    for (const QJsonValue &address : addresses)
-        result += address[u"name"_s].toString() + u'|' + address[u"address"_s].toString();
-    return result;
-}
-
 QString hashOf(const QString &fileName)
 {
     QFile file(fileName);

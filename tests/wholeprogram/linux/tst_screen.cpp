@@ -1,3 +1,4 @@
+#include "screen.h"
 #include "toolrun.h"
 
 #include <QElapsedTimer>
@@ -21,54 +22,34 @@ private Q_SLOTS:
 
 private:
     QProcessEnvironment environmentOfDisplay() const;
-    QByteArray xdotool(const QStringList &arguments) const;
     QByteArray windowOf(qint64 processId) const;
 
-    QProcess m_server;
-    QString m_display;
+    Screen m_screen;
 };
 
 void TestScreen::initTestCase()
 {
-    // Without -noreset the server starts over whenever its last client goes, and one that comes at that
-    // moment is lost.
-    m_server.start(u"Xvfb"_s,
-                   {u"-noreset"_s, u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x1024x24"_s,
-                    u"-nolisten"_s, u"tcp"_s});
-    QVERIFY2(m_server.waitForReadyRead(60000), "Xvfb does not start");
-    m_display = u':' + QString::fromLatin1(m_server.readLine().trimmed());
-    QVERIFY(m_display.size() > 1);
+    QVERIFY2(m_screen.start(), "Xvfb does not start");
 }
 
 void TestScreen::cleanupTestCase()
 {
-    m_server.terminate();
-    QVERIFY(m_server.waitForFinished());
+    QVERIFY(m_screen.stop());
 }
 
 // The display of this suite, and no session bus: Qt would ask it for the desktop's settings.
 QProcessEnvironment TestScreen::environmentOfDisplay() const
 {
     QProcessEnvironment environment = ToolRun().environment;
-    environment.insert(u"DISPLAY"_s, m_display);
+    environment.insert(u"DISPLAY"_s, m_screen.display());
     environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
     return environment;
 }
 
-QByteArray TestScreen::xdotool(const QStringList &arguments) const
-{
-    QProcess process;
-    process.setProcessEnvironment(environmentOfDisplay());
-    process.start(u"xdotool"_s, arguments);
-    if (!process.waitForFinished())
-        qFatal("xdotool cannot be run");
-    return process.readAllStandardOutput().trimmed();
-}
-
 QByteArray TestScreen::windowOf(qint64 processId) const
 {
-    return xdotool({u"search"_s, u"--onlyvisible"_s, u"--all"_s, u"--pid"_s, QString::number(processId),
-                    u"--name"_s, u"."_s});
+    return m_screen.xdotool({u"search"_s, u"--onlyvisible"_s, u"--all"_s, u"--pid"_s,
+                             QString::number(processId), u"--name"_s, u"."_s});
 }
 
 void TestScreen::boxes_data()
@@ -102,12 +83,12 @@ void TestScreen::boxes()
         QTest::qWait(50);
     QVERIFY2(!window.isEmpty(), "no box came up");
     const QString id = QString::fromLatin1(window.split('\n').constLast());
-    QCOMPARE(xdotool({u"getwindowname"_s, id}), "Zerk");
+    QCOMPARE(m_screen.xdotool({u"getwindowname"_s, id}), "Zerk");
 
     // It stays until somebody answers.
     QVERIFY(!process->waitForFinished(300));
     while (process->state() != QProcess::NotRunning && timer.elapsed() < 60000) {
-        xdotool({u"windowfocus"_s, id, u"key"_s, u"--window"_s, u"0"_s, u"Return"_s});
+        (void)m_screen.xdotool({u"windowfocus"_s, id, u"key"_s, u"--window"_s, u"0"_s, u"Return"_s});
         process->waitForFinished(100);
     }
     QCOMPARE(process->state(), QProcess::NotRunning);

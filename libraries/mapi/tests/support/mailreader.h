@@ -20,3 +20,14 @@ inline QJsonArray readMails(const QStringList &paths, QString *error = nullptr)
     }
     return QJsonDocument::fromJson(python.readAllStandardOutput()).array();
 }
+
+// The recipients of one kind, each as "name|address".
+inline QStringList addressesOf(const QJsonValue &list)
+{
+    QStringList result;
+    const QJsonArray addresses = list.toArray();
+    for (const QJsonValue &address : addresses)
+        result += address[QStringLiteral("name")].toString() + u'|'
+            + address[QStringLiteral("address")].toString();
+    return result;
+}
