@@ -1,5 +1,7 @@
 #include "processobjects.h"
 
+#include "error/crashstate.h"
+#include "error/s3exceptionhandlerwin.h"
 #include "languageobjects.h"
 #include "protocol/messagelog_p.h"
 #include "protocol/s3qeventprotocol_p.h"
@@ -32,12 +34,16 @@ LanguageObjects language;
 QString glob_file_guiDir;
 QString glob_file_tempDir;
 QString glob_file_localSettingsDir;
+// Not destroyed, as a program may fail on its way out.
+QString &activeWindowTitle = *new QString;
+QString &errorText = *new QString;
 
 namespace
 {
 
 QString iniFileName;
 QList<s3EnvironmentVariable> changedVariables;
+const s3ExceptionHandlerWinPrivate exceptionHandler;
 QHash<int, QString> &names = *new QHash<int, QString>(makeEventNames());
 QSet<int> &ignoredTypes = *new QSet<int>;
 

@@ -15,11 +15,6 @@
 
 class QSettings;
 
-// The client's program directory, empty until a host application sets it at its start. The files of the
-// types Ini, IniWithPrivate and Cfg lie there; while it is empty, in the working directory. That of the
-// local settings file is glob_file_localSettingsDir (s3tempdir.h).
-extern QString glob_file_guiDir;
-
 // One settings file (INI format, UTF-8, with a generation mark in section "version", key "format") and a
 // current section in it, for typed reading and writing. docs/settings.md tells what such a file looks like.
 //

@@ -22,6 +22,10 @@ extern QString glob_file_tempDir;
 // The directory of the local settings file with forward slashes; empty until s3SettingsFindLocalDir.
 extern QString glob_file_localSettingsDir;
 
+// The client's program directory, empty until a host application sets it at its start. The settings files of
+// the types Ini, IniWithPrivate and Cfg lie there; while it is empty, in the working directory.
+extern QString glob_file_guiDir;
+
 // A fresh path for a temporary directory, which is not made: below QDir::tempPath() the name "zerkgui", or
 // that of the white label in force, ".debug" while a debugger is attached, the process id and a random
 // number of 32 bits. Empty, with a text, when the system does not tell its temporary path. Traced under

@@ -1,5 +1,6 @@
 #include "s3threadbase.h"
 
+#include "platform/fault.h"
 #include "protocol/s3assert.h"
 #include "test/s3trace.h"
 
@@ -48,6 +49,10 @@ s3ThreadBase::s3ThreadBase(bool autoDelete) : autoDelete(autoDelete)
     s3Trace(lifecycleFlag,
             [&] { return s3TraceText(u"s3ThreadBase::s3ThreadBase"_s).pointer(u"this"_s, this); });
     connect(this, &QThread::finished, this, &s3ThreadBase::slotFinished, Qt::DirectConnection);
+    // On the worker, for as long as it runs: a full stack is a failure that can still be told.
+    connect(
+        this, &QThread::started, this, [] { thread_local const platform::SecondStack stack; },
+        Qt::DirectConnection);
 }
 
 s3ThreadBase::~s3ThreadBase()

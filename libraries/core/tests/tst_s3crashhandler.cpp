@@ -1,5 +1,5 @@
 #include "error/s3exception.h"
-#include "ostrelletest/childrun.h"
+#include "ostrelletest/failingchild.h"
 #include "ostrelletest/scopedcurrentdir.h"
 #include "ostrelletest/thrownmessage.h"
 #include "ostrelletest/tracerecorder.h"
@@ -14,6 +14,7 @@
 
 #include <cstdio>
 #include <limits>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -191,35 +192,78 @@ void TestCrashHandler::tryCatchMayBeAnAssertion()
 void TestCrashHandler::withoutTheFlagTheProcessEnds_data()
 {
     QTest::addColumn<QString>("part");
-    QTest::addColumn<QByteArray>("words");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("location");
 
     QTest::newRow("a condition that does not hold")
-        << u"condition"_s << "Bedingung nicht erfuellt\n1 == 2\nFehlernummer -1111: in file:7 in f()\n"_ba;
+        << u"condition"_s << u"Bedingung nicht erfuellt\n1 == 2\n"_s
+        << u"Fehlernummer -1111: in file:7 in f()"_s;
+    QTest::newRow("a condition and an explanation")
+        << u"explained"_s << u"Bedingung nicht erfuellt\ngröße == 2\nErklärung %1"_s
+        << u"Fehlernummer -1111: in file:9 in f()"_s;
     QTest::newRow("a place not to be reached")
-        << u"notReached"_s << "Fehlernummer -201: in file:8 in f()\n"_ba;
+        << u"notReached"_s << QString() << u"Fehlernummer -201: in file:8 in f()"_s;
+    QTest::newRow("no function") << u"noFunction"_s << u"only text"_s << u"Fehlernummer -201: in file:8"_s;
+    QTest::newRow("null strings") << u"nullStrings"_s << QString() << u"Fehlernummer -201: in :-1"_s;
+    QTest::newRow("on a worker") << u"onAWorker"_s << u"Bedingung nicht erfuellt\nworker\n"_s
+                                 << u"Fehlernummer -1111: in file:10 in f()"_s;
 }
 
+// Through a box and the diagnostic report, whose stack leads to the place that failed.
 void TestCrashHandler::withoutTheFlagTheProcessEnds()
 {
     QFETCH(QString, part);
-    QFETCH(QByteArray, words);
-    const ChildRun run = runChild(part);
-    QVERIFY(run.ended);
-    QVERIFY2(isMinusOne(run.exitCode), QByteArray::number(run.exitCode).constData());
-    QVERIFY2(run.standardError.contains(words), run.standardError.constData());
-    QVERIFY(run.standardOutput.isEmpty()); // nothing behind the assertion was reached
+    QFETCH(QString, text);
+    QFETCH(QString, location);
+    const FailedRun failed = runFailingChild(part);
+    QVERIFY(failed.run.ended);
+    QVERIFY2(isMinusOne(failed.run.exitCode), QByteArray::number(failed.run.exitCode).constData());
+    QVERIFY(failed.run.standardOutput.isEmpty()); // nothing behind the assertion was reached
+    QVERIFY2(failed.boxes.contains(u":\n"_s + text + u'\n' + location + u"\n\n"_s), qPrintable(failed.boxes));
+    QVERIFY2(failed.record.contains(u'\n' + text + u'\n'), qPrintable(failed.record));
+    QVERIFY2(failed.record.contains(u'\n' + location + u"\nGetLastError(): "_s), qPrintable(failed.record));
+
+    const qsizetype stack = failed.record.indexOf(u"\nCall Stack (TraceStack_ME):\n"_s);
+    QVERIFY2(stack > 0, qPrintable(failed.record));
+    const QString frames = failed.record.mid(stack);
+    QVERIFY2(frames.contains(u"RIP="_s), qPrintable(frames));
+    if (!EXPECT_SYMBOLS)
+        return;
+    const qsizetype entry = frames.indexOf(u" s3CrashHandler::assertFailed+"_s);
+    const qsizetype site = frames.indexOf(u"failHere+"_s);
+    QVERIFY2(entry > 0 && site > entry, qPrintable(frames));
+    QCOMPARE(frames.left(entry).count(u"RIP="_s), 0); // the innermost frame is the assertion's
 }
 
 namespace
 {
 
-int runPart(const QString &part)
+__attribute__((noinline, noclone)) void failHere(const QString &part)
 {
     if (part == u"condition"_s)
         s3Assert(false, "1 == 2", "file", "f", QString(), 7);
+    else if (part == u"explained"_s)
+        s3Assert(false, "größe == 2", "file", "f", u"Erklärung %1"_s, 9);
     else if (part == u"notReached"_s)
         s3CrashHandler::assertFailed(s3CrashHandler::NotReached, "false", QString(), "file", 8, "f");
+    else if (part == u"noFunction"_s)
+        s3CrashHandler::assertFailed(s3CrashHandler::NotReached, "false", u"only text"_s, "file", 8, "");
+    else if (part == u"nullStrings"_s)
+        s3CrashHandler::assertFailed(s3CrashHandler::NotReached, nullptr, QString(), nullptr, -1, nullptr);
+    else if (part == u"onAWorker"_s)
+        s3Assert(false, "worker", "file", "f", QString(), 10);
     std::puts("still here");
+}
+
+int runPart(const QString &part)
+{
+    prepareToFail();
+    if (part == u"onAWorker"_s) {
+        std::thread worker([&] { failHere(part); });
+        worker.join();
+    } else {
+        failHere(part);
+    }
     return 0;
 }
 

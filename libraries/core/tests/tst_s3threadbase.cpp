@@ -1,4 +1,4 @@
-#include "ostrelletest/childrun.h"
+#include "ostrelletest/failingchild.h"
 #include "ostrelletest/scopedtestflag.h"
 #include "ostrelletest/semaphore.h"
 #include "ostrelletest/thrownmessage.h"
@@ -204,28 +204,29 @@ void TestThreadBase::slotFinishedBelongsToTheWorker()
 void TestThreadBase::aBrokenRuleEndsTheProcess_data()
 {
     QTest::addColumn<QString>("part");
-    QTest::addColumn<QByteArray>("words");
+    QTest::addColumn<QString>("words");
 
     QTest::newRow("no application")
         << u"noApplication"_s
-        << "(static_cast<QApplication *>(QCoreApplication::instance())) != nullptr\n"_ba;
+        << u"(static_cast<QApplication *>(QCoreApplication::instance())) != nullptr\n"_s;
     QTest::newRow("runFinish on the main thread")
-        << u"runFinishOnMain"_s << "! currentIsMainThread()\nFehlernummer -1111"_ba;
+        << u"runFinishOnMain"_s << u"! currentIsMainThread()\n\nFehlernummer -1111"_s;
     QTest::newRow("run without runFinish")
-        << u"forgetful"_s << "\nKein runFinish() Aufruf in der abgeleiteten run() Funktion\n"_ba;
+        << u"forgetful"_s << u"\nKein runFinish() Aufruf in der abgeleiteten run() Funktion\n"_s;
     QTest::newRow("receiver set by the main thread")
-        << u"receiverFromMain"_s << "! currentIsMainThread()\nFehlernummer -1111"_ba;
+        << u"receiverFromMain"_s << u"! currentIsMainThread()\n\nFehlernummer -1111"_s;
 }
 
 void TestThreadBase::aBrokenRuleEndsTheProcess()
 {
     QFETCH(QString, part);
-    QFETCH(QByteArray, words);
-    const ChildRun run = runChild(part);
-    QVERIFY(run.ended);
-    QVERIFY2(isMinusOne(run.exitCode), QByteArray::number(run.exitCode).constData());
-    QVERIFY2(run.standardError.contains(words), run.standardError.constData());
-    QVERIFY(run.standardOutput.isEmpty());
+    QFETCH(QString, words);
+    const FailedRun failed = runFailingChild(part);
+    QVERIFY(failed.run.ended);
+    QVERIFY2(isMinusOne(failed.run.exitCode), QByteArray::number(failed.run.exitCode).constData());
+    QVERIFY2(failed.boxes.contains(words), qPrintable(failed.boxes));
+    QVERIFY2(failed.record.contains(u" in s3ThreadBase::"_s), qPrintable(failed.record));
+    QVERIFY(failed.run.standardOutput.isEmpty());
 }
 
 void TestThreadBase::properEndIsNoAssertion()
@@ -422,6 +423,8 @@ namespace
 
 int runPart(const QString &part)
 {
+    if (part != u"proper"_s)
+        prepareToFail();
     Worker proper([](Worker &) {});
     ForgetfulWorker forgetful;
     QObject receiver;
@@ -447,6 +450,7 @@ int main(int argc, char **argv)
 {
     const QString part = childPart(argc, argv);
     if (part == u"noApplication"_s) {
+        prepareToFail();
         std::puts(s3ThreadBase::currentIsMainThread() ? "main" : "worker");
         return 0;
     }

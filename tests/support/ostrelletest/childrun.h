@@ -15,16 +15,16 @@ struct ChildRun {
     QByteArray standardError;
 };
 
-// Runs this program as `program --child part`, in `directory` unless that is empty. Needs an application
-// object.
-inline ChildRun runChild(const QString &part, const QString &directory = QString())
+// Runs this program as `program --child part`, in `directory` unless that is empty, for `patience`
+// milliseconds at most. Needs an application object.
+inline ChildRun runChild(const QString &part, const QString &directory = QString(), int patience = 240000)
 {
     QProcess process;
     if (!directory.isEmpty())
         process.setWorkingDirectory(directory);
     process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--child"), part});
     ChildRun run;
-    run.ended = process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit;
+    run.ended = process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit;
     run.exitCode = process.exitCode();
     run.standardOutput = process.readAllStandardOutput();
     run.standardError = process.readAllStandardError().replace("\r\n", "\n");

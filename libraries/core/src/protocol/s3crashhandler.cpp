@@ -1,13 +1,12 @@
 #include "protocol/s3crashhandler.h"
 
 #include "error/s3exception.h"
+#include "error/s3exceptionhandlerwin.h"
 #include "platform/debugger.h"
-#include "platform/standarderror.h"
+#include "platform/faultcontext.h"
 #include "s3string.h"
 #include "s3testflags.h"
 #include "test/s3trace.h"
-
-#include <cstdlib>
 
 using namespace Qt::StringLiterals;
 
@@ -81,13 +80,13 @@ void s3CrashHandler::assertFailed(quint32 code, const char *condition, const QSt
                                   int line, const char *function)
 {
     const QString conditionWords = brokenCondition(QString::fromUtf8(condition));
-    const QString location
-        = failureLocation(code, QString::fromUtf8(file), line, QString::fromUtf8(function));
-    const QString message = u'\n' + conditionWords + location + u'\n' + text + u'\n';
-    if (s3TestFlagsInstance()->contains(191))
-        throw s3Exception(message);
-
-    platform::writeToStandardError(message);
-    // Not abort(): a Windows run time shows a box of its own there, which nobody may be around to see.
-    std::_Exit(-1);
+    if (s3TestFlagsInstance()->contains(191)) {
+        const QString location
+            = failureLocation(code, QString::fromUtf8(file), line, QString::fromUtf8(function));
+        throw s3Exception(u'\n' + conditionWords + location + u'\n' + text + u'\n');
+    }
+    // So that the report has a context of this very place.
+    s3ForceFault();
+    ErrorAndExit(false, code, conditionWords + text, QString::fromUtf8(file), line,
+                 QString::fromUtf8(function));
 }

@@ -1,0 +1,11 @@
+#include "platform/graphics.h"
+
+namespace platform
+{
+
+QVariant gpuList()
+{
+    return QVariant();
+}
+
+}
