@@ -601,22 +601,26 @@ void TestMessageLog::eightThreadsAtOnce()
     constexpr int linesEach = 500;
     const Log log;
     std::atomic<int> waiting = threadCount;
+    std::atomic<int> done = 0;
     std::vector<std::unique_ptr<QThread>> threads;
     const auto line = [](int thread, int i) {
         return u"%1 %2 ä%3$"_s.arg(thread).arg(i).arg(QString((i * 37) % 400, u'ß'));
     };
     for (int thread = 0; thread < threadCount; ++thread) {
-        threads.emplace_back(QThread::create([&waiting, &line, thread] {
+        threads.emplace_back(QThread::create([&waiting, &done, &line, thread] {
             --waiting;
             while (waiting > 0)
                 QThread::yieldCurrentThread();
             for (int i = 0; i < linesEach; ++i)
                 logDebug() << line(thread, i);
+            ++done;
         }));
         threads.back()->start();
     }
     for (const auto &thread : threads)
         thread->wait();
+    // The thread sanitizer does not see what QThread::wait() orders; it sees this.
+    QCOMPARE(done.load(), threadCount);
 
     std::array<int, threadCount> next = {};
     QByteArrayList lines = log.content().split('\n');
