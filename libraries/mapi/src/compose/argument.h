@@ -22,7 +22,7 @@ using Arguments = std::vector<Argument>;
 // What stands in the log for the text of a mail.
 [[nodiscard]] inline std::string hiddenText(const std::string &text)
 {
-    return "(" + std::to_string(text.size()) + " bytes)";
+    return std::string("(").append(std::to_string(text.size())).append(" bytes)");
 }
 
 }

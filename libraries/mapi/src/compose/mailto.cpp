@@ -30,7 +30,7 @@ public:
     {
         if (encoded.empty())
             return;
-        const std::string start = (m_first ? "?" : "&") + std::string(key) + "=";
+        const std::string start = std::string(m_first ? "?" : "&").append(key).append("=");
         m_link.text += start + encoded;
         m_link.shown += start + shown;
         m_first = false;

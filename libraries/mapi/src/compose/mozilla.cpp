@@ -48,7 +48,7 @@ Arguments mozillaArguments(const Mail &mail, const std::vector<std::string> &)
     const auto add = [&pairs](const char *key, const std::string &encoded, const std::string &shown) {
         if (encoded.empty())
             return;
-        const std::string start = (pairs.text.empty() ? "" : ",") + std::string(key) + "=";
+        const std::string start = std::string(pairs.text.empty() ? "" : ",").append(key).append("=");
         pairs.text += start + encoded;
         pairs.shown += start + shown;
     };
