@@ -52,7 +52,9 @@ s3ExceptionHandlerWinPrivate::s3ExceptionHandlerWinPrivate()
 s3ExceptionHandlerWinPrivate::~s3ExceptionHandlerWinPrivate()
 {
     // The exit of a failing process is still guarded.
-    if (!s3CrashTurn::wasTaken())
+    if (s3CrashTurn::wasTaken())
+        platform::finishFailedProcess();
+    else
         platform::removeFaultHandlers();
 }
 

@@ -16,9 +16,14 @@ void startCrashDeadline(int exitCode);
 void setCrashDeadlineExitCode(int exitCode);
 
 // Stops the clock while a user looks at a box, and lets it go on with what was left. Calls may overlap: it
-// runs while no box stands.
+// runs while no box stands, on Windows also while none has come to the screen.
 void pauseCrashDeadline();
 void resumeCrashDeadline();
+
+// The end of a failing process, behind all that the program itself tidies up. Windows: ends it at once with
+// the limit's exit code, since the clean-up of its libraries may hang and the clock's thread is gone by then.
+// Linux: returns, the clock runs until the end.
+void finishFailedProcess();
 
 // The limit in milliseconds, 9000 at first: a failing process is gone within ten seconds. For tests, before a
 // failure.

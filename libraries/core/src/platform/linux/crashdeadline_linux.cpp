@@ -79,6 +79,8 @@ void resumeCrashDeadline()
     setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
+void finishFailedProcess() { }
+
 void setCrashDeadlineLimit(int milliseconds)
 {
     limitMilliseconds = milliseconds;
