@@ -78,7 +78,7 @@ std::optional<std::string> findCommand(const std::string &name)
     if (name.find('/') != std::string::npos)
         return isAbsolute(name) && isExecutableFile(name) ? std::optional(name) : std::nullopt;
     for (const std::string &directory : commandDirectories()) {
-        if (std::string path = directory + "/" + name; isExecutableFile(path))
+        if (std::string path = std::string(directory).append("/").append(name); isExecutableFile(path))
             return path;
     }
     return {};

@@ -102,8 +102,8 @@ void recordCall(const QString &first, const QString &second, const QString &thir
 {
     if (reportFrozen)
         return;
-    const QString line = u"%1%2%3%4   %5"_s.arg(cell(first, shortColumnWidth), cell(second, columnWidth),
-                                                elapsedCell(), fourth, third);
+    QString line = u"%1%2%3%4   %5"_s.arg(cell(first, shortColumnWidth), cell(second, columnWidth),
+                                          elapsedCell(), fourth, third);
     const size_t index = firstRing.ring.next;
     Ring &ring = secondRing.ring;
     ring.entries.at(index) = {line, true};

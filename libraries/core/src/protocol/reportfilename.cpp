@@ -30,7 +30,7 @@ QString fittingName(const QString &name, qsizetype room)
 QString reportFileName(bool forWriting)
 {
     const QString dir = glob_file_localSettingsDir + u"/errorReports/"_s;
-    const QString plainName = dir + u"SYS.FEHL"_s;
+    QString plainName = dir + u"SYS.FEHL"_s;
     if (!forWriting && s3FileInfo(plainName).isFile())
         return plainName;
     const s3Session *session = s3SessionInstance();

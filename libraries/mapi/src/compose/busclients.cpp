@@ -75,7 +75,11 @@ std::vector<std::string> exportDocuments(const SessionBus &bus, const std::strin
     for (std::size_t i = 0; i < paths.size(); ++i) {
         const GVariantPtr child(g_variant_get_child_value(ids.get(), i));
         const std::string id = g_variant_get_string(child.get(), nullptr);
-        exported.push_back(id.empty() ? paths[i] : mount + "/" + id + paths[i].substr(paths[i].rfind('/')));
+        const std::string &path = paths[i];
+        if (id.empty())
+            exported.push_back(path);
+        else
+            exported.push_back(std::string(mount).append("/").append(id).append(path, path.rfind('/')));
     }
     return exported;
 }

@@ -28,7 +28,7 @@ itimerval timerOf(int milliseconds)
 {
     itimerval timer = {};
     timer.it_value.tv_sec = milliseconds / 1000;
-    timer.it_value.tv_usec = (milliseconds % 1000) * 1000;
+    timer.it_value.tv_usec = suseconds_t{milliseconds % 1000} * 1000;
     return timer;
 }
 
