@@ -20,16 +20,15 @@ quint32 hashOf(QStringView text)
 
 void s3TextIndex::reserve(qsizetype count)
 {
-    const size_t slotCount = std::bit_ceil(size_t(count) * 2);
+    const size_t slotCount = std::bit_ceil(size_t(count) + size_t(count) / 4);
     if (slotCount <= m_slots.size())
         return;
-    m_entries.reserve(size_t(count));
     const std::vector<Slot> oldSlots = std::exchange(m_slots, std::vector<Slot>(slotCount));
     for (const Slot &slot : oldSlots) {
-        if (slot.entry == 0)
+        if (slot.units == nullptr)
             continue;
         size_t position = slot.hash & (slotCount - 1);
-        while (m_slots[position].entry != 0)
+        while (m_slots[position].units != nullptr)
             position = (position + 1) & (slotCount - 1);
         m_slots[position] = slot;
     }
@@ -38,18 +37,18 @@ void s3TextIndex::reserve(qsizetype count)
 void s3TextIndex::insert(QByteArrayView units, qint32 number)
 {
     constexpr size_t smallestSize = 32;
-    if ((m_entries.size() + 1) * 2 > m_slots.size())
+    if ((m_count + 1) * 5 > m_slots.size() * 4)
         reserve(qsizetype(std::max(m_slots.size(), smallestSize)));
     const qsizetype length = units.size() / qsizetype(sizeof(char16_t));
     const char16_t *text = copy(units, length);
     const quint32 hash = hashOf(QStringView(text, length));
     Slot &slot = m_slots[findSlot(QStringView(text, length), hash)];
-    if (slot.entry != 0) {
-        m_entries[slot.entry - 1].number = number;
+    if (slot.units != nullptr) {
+        slot.number = number;
         return;
     }
-    m_entries.push_back({text, length, number});
-    slot = {hash, quint32(m_entries.size())};
+    slot = {hash, number, text, length};
+    ++m_count;
     m_nextUnit += length;
     m_unitsLeft -= length;
 }
@@ -58,8 +57,7 @@ qint32 s3TextIndex::number(QStringView text) const
 {
     if (m_slots.empty())
         return 0;
-    const quint32 entry = m_slots[findSlot(text, hashOf(text))].entry;
-    return entry == 0 ? 0 : m_entries[entry - 1].number;
+    return m_slots[findSlot(text, hashOf(text))].number;
 }
 
 const char16_t *s3TextIndex::copy(QByteArrayView units, qsizetype length)
@@ -78,12 +76,10 @@ size_t s3TextIndex::findSlot(QStringView text, quint32 hash) const
 {
     const size_t mask = m_slots.size() - 1;
     size_t position = hash & mask;
-    for (; m_slots[position].entry != 0; position = (position + 1) & mask) {
-        if (m_slots[position].hash != hash)
-            continue;
-        const Entry &entry = m_entries[m_slots[position].entry - 1];
-        if (entry.length == text.size()
-            && std::memcmp(entry.units, text.utf16(), size_t(entry.length) * sizeof(char16_t)) == 0)
+    for (; m_slots[position].units != nullptr; position = (position + 1) & mask) {
+        const Slot &slot = m_slots[position];
+        if (slot.hash == hash && slot.length == text.size()
+            && std::memcmp(slot.units, text.utf16(), size_t(slot.length) * sizeof(char16_t)) == 0)
             break;
     }
     return position;

@@ -7,8 +7,7 @@
 #include <vector>
 
 // A hash from text to number that keeps the texts, made for being filled once with many: they stand one
-// behind the other in few blocks, and what an insertion jumps through is a table of eight bytes for each
-// slot.
+// behind the other in few blocks, and a lookup jumps to one slot and one text.
 //
 // Threads: one at a time while texts are inserted; lookups may run side by side.
 class s3TextIndex
@@ -25,15 +24,12 @@ public:
     [[nodiscard]] qint32 number(QStringView text) const;
 
 private:
-    struct Entry {
-        const char16_t *units;
-        qsizetype length;
-        qint32 number;
-    };
-    // `entry` is the position in m_entries plus 1, and 0 for a slot that is free.
+    // `units` is null for a slot that is free.
     struct Slot {
         quint32 hash;
-        quint32 entry;
+        qint32 number;
+        const char16_t *units;
+        qsizetype length;
     };
 
     // A copy of the units at an aligned address, for which the caller then takes `length` from the block.
@@ -42,9 +38,9 @@ private:
     // The slot of a text, or the free one where it would stand; there must be slots.
     [[nodiscard]] size_t findSlot(QStringView text, quint32 hash) const;
 
-    std::vector<Entry> m_entries;
-    // A power of two, and always twice as many as entries at the least.
+    // A power of two; at least a fifth of them is free. More would be slower to fill than to look through.
     std::vector<Slot> m_slots;
+    size_t m_count = 0;
     std::vector<std::unique_ptr<char16_t[]>> m_blocks;
     // What is left of the last block.
     char16_t *m_nextUnit = nullptr;
