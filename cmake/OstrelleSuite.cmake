@@ -5,6 +5,14 @@
 # suites_with_threads and carries CTest's label "threads". Suites run on Qt's offscreen platform unless they start programs of their own.
 add_custom_target(suites_with_threads)
 
+# Qt tells each suite where the tree lies, for QFINDTESTDATA, which nothing here uses: without that the compiler cache
+# of one clone serves another.
+get_target_property(definitions Qt6::Test INTERFACE_COMPILE_DEFINITIONS)
+if(definitions)
+    list(FILTER definitions EXCLUDE REGEX "QT_TESTCASE_")
+    set_target_properties(Qt6::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS "${definitions}")
+endif()
+
 function(ostrelle_add_suite name)
     cmake_parse_arguments(PARSE_ARGV 1 suite "THREADS" "TIMEOUT" "SOURCES;LIBRARIES")
     if(NOT suite_TIMEOUT)
