@@ -36,40 +36,67 @@ bool hasListCharacter(QStringView value)
     return value.contains(u',') || value.contains(u';') || value.contains(u'=');
 }
 
-// Whether encoding could change the value of a trimmed line. Spares most lines the key line pattern, which
-// costs more than all the rest: what is no key line to it has nothing to change either.
-bool mayChange(QStringView line)
+// Whether a value stands in quotes, which are no part of its text.
+bool isQuoted(QStringView value)
 {
-    if (line.isEmpty() || line.front() == u';' || line.front() == u'[')
-        return false;
-    const qsizetype equalsSign = line.indexOf(u'=', 1);
-    if (equalsSign < 0)
-        return false;
-    for (const QChar c : line.sliced(equalsSign + 1)) {
+    return value.size() > 1 && value.startsWith(u'"') && value.endsWith(u'"');
+}
+
+// Whether encodedValue() would leave a trimmed value as it is, without making that text: decoding takes one
+// backslash of each pair and the one in front of a quote, and encoding puts them back, so there must be an
+// odd number in front of a quote and an even one elsewhere. What was not decoded must have neither.
+bool staysAsItIs(QStringView value, bool alreadyConverted)
+{
+    const bool quoted = isQuoted(value);
+    bool isOdd = false; // the number of backslashes in front of the character
+    for (const QChar c : quoted ? value.sliced(1, value.size() - 2) : value) {
         switch (c.unicode()) {
         case u'\\':
+            if (!alreadyConverted)
+                return false;
+            isOdd = !isOdd;
+            continue;
         case u'"':
+            if (!isOdd)
+                return false;
+            break;
         case u',':
         case u';':
         case u'=':
-            return true;
+            if (!quoted || isOdd)
+                return false;
+            break;
         default:
+            if (isOdd)
+                return false;
             break;
         }
+        isOdd = false;
     }
-    return false;
+    return !isOdd;
 }
 
-// Whether a text has no surrogates, and so is valid UTF-16.
-bool isPlain(QStringView text)
+// Where the first equals sign of a trimmed line divides it as the key line pattern does; -1 where nothing
+// does.
+qsizetype equalsSignOf(QStringView line)
 {
-    return std::none_of(text.cbegin(), text.cend(), [](QChar c) { return c.isSurrogate(); });
+    if (line.isEmpty() || line.front() == u';' || line.front() == u'[')
+        return -1;
+    return line.indexOf(u'=', 1);
+}
+
+// Whether a line that equalsSignOf() divides is a key line. The pattern costs more than all the rest, and
+// only text that is no valid UTF-16, which no pattern matches, needs it.
+bool isKeyLine(QStringView line)
+{
+    return std::none_of(line.cbegin(), line.cend(), [](QChar c) { return c.isSurrogate(); })
+        || keyLinePattern().match(line.toString()).hasMatch();
 }
 
 // The text of a value that is not empty in the form of generation 2.
 QString encodedValue(QString value, bool alreadyConverted)
 {
-    const bool quoted = value.size() > 1 && value.startsWith(u'"') && value.endsWith(u'"');
+    const bool quoted = isQuoted(value);
     if (quoted)
         value = value.sliced(1, value.size() - 2);
     if (alreadyConverted) {
@@ -142,27 +169,22 @@ bool scan(s3File &file, bool checkOnly, bool alreadyConverted, Utf8Lines &lines,
             break;
         }
         const QStringView line = QStringView(text).trimmed();
-        if (mayChange(line)) {
-            // The first equals sign divides a line as the pattern does. Only text that is no valid UTF-16 is
-            // matched by no pattern.
-            const qsizetype equalsSign = line.indexOf(u'=', 1);
-            const bool isKeyLine = isPlain(line) || keyLinePattern().match(line.toString()).hasMatch();
-            const QString valueOrig
-                = isKeyLine ? line.sliced(equalsSign + 1).trimmed().toString() : QString();
-            const QString value = valueOrig.isEmpty() ? valueOrig : encodedValue(valueOrig, alreadyConverted);
-            if (value != valueOrig) {
-                formatOk = false;
-                const QStringView key = line.first(equalsSign).trimmed();
-                s3Trace(traceFlag, [&] {
-                    return functionName()
-                        + s3String::arg(u"(key='%1' value='%2' valueOrig='%3')"_s, key.toString(), value,
-                                        valueOrig);
-                });
-                if (checkOnly)
-                    break;
-                lines.append(key, value);
-                continue;
-            }
+        const qsizetype equalsSign = equalsSignOf(line);
+        const QStringView valueView = equalsSign > 0 ? line.sliced(equalsSign + 1).trimmed() : QStringView();
+        if (!staysAsItIs(valueView, alreadyConverted) && isKeyLine(line)) {
+            formatOk = false;
+            const QStringView key = line.first(equalsSign).trimmed();
+            const QString valueOrig = valueView.toString();
+            const QString value = encodedValue(valueOrig, alreadyConverted);
+            s3Trace(traceFlag, [&] {
+                return functionName()
+                    + s3String::arg(u"(key='%1' value='%2' valueOrig='%3')"_s, key.toString(), value,
+                                    valueOrig);
+            });
+            if (checkOnly)
+                break;
+            lines.append(key, value);
+            continue;
         }
         if (!checkOnly)
             lines.append(line);
