@@ -96,11 +96,16 @@ public:
         m_time = info.lastModified();
     }
 
+    [[nodiscard]] bool isStillTheSame() const
+    {
+        const FileState now(m_path);
+        return now.m_size == m_size && now.m_time == m_time;
+    }
+
     // Makes sure that a file that was written anew does not look as it did.
     void makeDifferent() const
     {
-        const FileState now(m_path);
-        if (now.m_size != m_size || now.m_time != m_time)
+        if (!isStillTheSame())
             return;
         s3File file(m_path);
         // Some file systems count in steps of 2 seconds.
@@ -114,19 +119,20 @@ private:
     QDateTime m_time;
 };
 
-// Puts a file's former content back where it has changed.
-void restoreContent(const QString &path, const QByteArray &content)
+// Puts a file's former content back where it has changed; where nobody can read it any more, `former` tells.
+void restoreContent(const QString &path, const QByteArray &content, const FileState &former)
 {
     QByteArray current;
     QString errorString;
-    if (content.isEmpty() || (readToItsEnd(path, current, errorString) && current == content))
+    const bool isReadable = readToItsEnd(path, current, errorString);
+    if (content.isEmpty() || (isReadable ? current == content : former.isStillTheSame()))
         return;
-    const FileState former(path);
+    const FileState changed(path);
     s3File file(path);
     if (file.open(QIODevice::WriteOnly)) {
         file.write(content);
         file.close();
-        former.makeDifferent();
+        changed.makeDifferent();
     }
 }
 
@@ -289,7 +295,7 @@ bool s3Settings::bringUpToDate(const QByteArray &content)
     if (isPrivateCopy)
         s3File(file).remove(true);
     else if (!checkOnly)
-        restoreContent(file, content);
+        restoreContent(file, content, former);
     return false;
 }
 

@@ -8,9 +8,11 @@
 #include "ostrelletest/smallvolume.h"
 #include "ostrelletest/thrownmessage.h"
 #include "ostrelletest/tracerecorder.h"
+#include "privatemembers.h"
 #include "s3file.h"
 #include "s3operatingsystem.h"
 #include "s3string.h"
+#include "s3translate.h"
 #include "s3whitelabel.h"
 #include "settingsfixture.h"
 
@@ -26,7 +28,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <tuple>
@@ -46,6 +47,13 @@ static_assert(sizeof(Type) == 4 && sizeof(Flags) == 4);
 static_assert(int(Flag::copyToTempDir) == 1 && int(Flag::CopyToTempDirForce) == 2
               && int(Flag::readOnlyOrig) == 4);
 
+struct SettingsMembers {
+    friend auto membersOf(SettingsMembers);
+};
+template struct ExposeMembers<SettingsMembers, &s3Settings::m_type, &s3Settings::flags, &s3Settings::file,
+                              &s3Settings::fileOrig, &s3Settings::m_errorString, &s3Settings::ok,
+                              &s3Settings::modified, &s3Settings::settings>;
+
 // At global scope, as the macros want it.
 static void removeCompiledInFile()
 {
@@ -59,26 +67,6 @@ static void addCompiledInFile()
 
 namespace
 {
-
-// The private members of s3Settings, which an explicit instantiation may name.
-using Members = std::tuple<Type s3Settings::*, Flags s3Settings::*, QString s3Settings::*,
-                           QString s3Settings::*, QString s3Settings::*, bool s3Settings::*,
-                           bool s3Settings::*, std::unique_ptr<QSettings> s3Settings::*>;
-
-template <class Tag> struct Exposed {
-    static inline Members members;
-};
-struct SettingsTag {
-};
-template <auto... Pointers> struct Expose {
-    static inline const bool done = [] {
-        Exposed<SettingsTag>::members = Members(Pointers...);
-        return true;
-    }();
-};
-template struct Expose<&s3Settings::m_type, &s3Settings::flags, &s3Settings::file, &s3Settings::fileOrig,
-                       &s3Settings::m_errorString, &s3Settings::ok, &s3Settings::modified,
-                       &s3Settings::settings>;
 
 constexpr Flags copying = Flag::copyToTempDir;
 constexpr Flags forcedCopy = Flag::CopyToTempDirForce;
@@ -152,6 +140,9 @@ private Q_SLOTS:
     void copyFailsIntoAMissingTempDirectory_data();
     void copyFailsIntoAMissingTempDirectory();
     void noCopyUnderItsFlag();
+    void noCopyOfAnOldFileUnderItsFlag();
+    void copyClearsTheText_data();
+    void copyClearsTheText();
     void missingFileIsNotCopied();
     void protectedCopyIsReused();
     void unprotectedCopyIsAlwaysRefreshed();
@@ -162,6 +153,7 @@ private Q_SLOTS:
     void copyingBackFails();
     void copyingBackOntoAFullVolume();
     void sameNamesShareTheirCopy();
+    void objectsOnOneFileSeeEachOther();
     void secondLoadFinishesTheFirst();
     void secondLoadKeepsTheSection_data();
     void secondLoadKeepsTheSection();
@@ -185,6 +177,7 @@ private Q_SLOTS:
     void unknownType();
     void unknownTypeInTheConstructor();
     void compiledInFile();
+    void missingCompiledInFile();
     void privateFileFillsIn();
     void privateFileBehindAMissingIni();
     void selectsSections_data();
@@ -196,6 +189,7 @@ private Q_SLOTS:
     void clears();
     void describes();
     void describesInFailure();
+    void describesInTheLanguageOfTheUser();
     void readsTexts_data();
     void readsTexts();
     void readsInts_data();
@@ -214,6 +208,7 @@ private Q_SLOTS:
     void checksFormat();
     void checkFormatOfAMissingFile();
     void tracesLoading();
+    void tracesAFailedConversion();
     void tracesCopies();
     void tracesReadingAndWriting();
     void silentWithoutTheFlag();
@@ -223,14 +218,9 @@ private Q_SLOTS:
 void TestSettings::membersInOrder()
 {
     const s3Settings settings(QString{});
-    const auto addresses = std::apply(
-        [&settings](const auto... pointers) {
-            return std::vector<const void *>{static_cast<const void *>(&(settings.*pointers))...};
-        },
-        Exposed<SettingsTag>::members);
-    QCOMPARE(addresses.size(), size_t(8));
-    QVERIFY(std::is_sorted(addresses.cbegin(), addresses.cend(), std::less<>()));
-    QCOMPARE(addresses.front(), static_cast<const void *>(&settings));
+    QVERIFY(areMembersInOrder<SettingsMembers>(settings));
+    QCOMPARE(static_cast<const void *>(&(settings.*std::get<0>(membersOf(SettingsMembers())))),
+             static_cast<const void *>(&settings));
 }
 
 void TestSettings::unloaded()
@@ -467,6 +457,46 @@ void TestSettings::noCopyUnderItsFlag()
     QCOMPARE(entriesOf(fixture.path(u"temp"_s)), QStringList());
 }
 
+// The master file itself is what must not change then.
+void TestSettings::noCopyOfAnOldFileUnderItsFlag()
+{
+    const SettingsFixture fixture;
+    const QByteArray before = "[a]\nkey=x\\y\n";
+    const QString master = fixture.masterFile(before);
+    const ScopedTestFlag flag(159);
+    s3Settings settings(master, protectedCopy, u"a"_s);
+    QVERIFY(!settings.isOk());
+    QCOMPARE(settings.errorString(), QString());
+    QVERIFY(!settings.write(u"key"_s, 1));
+    settings.close();
+    QVERIFY(settings.loadFile(master, copying));
+    settings.setSection(u"a"_s);
+    QCOMPARE(settings.read(u"key"_s), u"x\\y"_s);
+    settings.close();
+    QCOMPARE(contentOf(master).value(u"version/format"_s), u"2"_s);
+    QCOMPARE(entriesOf(fixture.path(u"temp"_s)), QStringList());
+}
+
+void TestSettings::copyClearsTheText_data()
+{
+    QTest::addColumn<bool>("hasDirectory");
+    QTest::newRow("copied") << true;
+    QTest::newRow("no directory") << false;
+}
+
+void TestSettings::copyClearsTheText()
+{
+    QFETCH(const bool, hasDirectory);
+    const SettingsFixture fixture;
+    s3Settings settings(fixture.masterFile(mark));
+    if (!hasDirectory)
+        glob_file_tempDir.clear();
+    QString error = u"left over"_s;
+    QCOMPARE(settings.copyToTempDir(error), hasDirectory);
+    QCOMPARE(error, QString());
+    QCOMPARE(settings.fileName(), hasDirectory ? fixture.privateCopy() : settings.fileNameOrig());
+}
+
 void TestSettings::missingFileIsNotCopied()
 {
     const SettingsFixture fixture;
@@ -636,6 +666,24 @@ void TestSettings::sameNamesShareTheirCopy()
     const s3Settings second(fixture.path(u"master2/a.ini"_s), protectedCopy);
     QCOMPARE(second.fileName(), first.fileName());
     QCOMPARE(second.read(u"key"_s), u"one"_s);
+}
+
+void TestSettings::objectsOnOneFileSeeEachOther()
+{
+    const SettingsFixture fixture;
+    const QString master = fixture.masterFile("[a]\nkey=old\n" + mark);
+    s3Settings first(master, {}, u"a"_s);
+    QSettings second(master, QSettings::IniFormat);
+    QCOMPARE(first.read(u"key"_s), u"old"_s);
+    QVERIFY(!first.hasKey(u"other"_s));
+    second.setValue(u"a/key"_s, u"new"_s);
+    second.setValue(u"a/other"_s, 1);
+    QCOMPARE(first.read(u"key"_s), u"new"_s);
+    QVERIFY(first.hasKey(u"other"_s));
+    QVERIFY(first.write(u"key"_s, u"newer"_s));
+    QCOMPARE(second.value(u"a/key"_s).toString(), u"newer"_s);
+    second.remove(u"a/other"_s);
+    QVERIFY(!first.hasKey(u"other"_s));
 }
 
 void TestSettings::secondLoadFinishesTheFirst()
@@ -1068,6 +1116,24 @@ private:
     std::unique_ptr<MemoryResource> m_file;
 };
 
+void TestSettings::missingCompiledInFile()
+{
+    const SettingsFixture fixture;
+    QVERIFY(writeFile(fixture.path(u"gui/zerkgui.ini"_s), "[a]\nkey=x\n" + mark));
+    removeCompiledInFile();
+    const s3Settings settings(Type::Private, u"version"_s);
+    const s3Settings ini(Type::IniWithPrivate, u"a"_s);
+    const QString fallback = ini.read(u"only"_s, u"default"_s);
+    addCompiledInFile();
+    QVERIFY(!settings.isOk());
+    QCOMPARE(settings.type(), Type::Private);
+    QVERIFY2(settings.errorString().startsWith(openError(u":/settings/zerkguiprivate.cfg"_s)),
+             qPrintable(settings.errorString()));
+    QCOMPARE(settings.readInt(u"format"_s, 7), 7);
+    QCOMPARE(fallback, u"default"_s);
+    QCOMPARE(ini.read(u"key"_s), u"x"_s);
+}
+
 void TestSettings::privateFileFillsIn()
 {
     const SettingsFixture fixture;
@@ -1267,6 +1333,20 @@ void TestSettings::describesInFailure()
         QCOMPARE(settings.describe(true), u"Datei nicht gefunden:\n"_s + master);
     }
     QCOMPARE(s3Settings(QString{}).describe(true), u"Datei nicht gefunden:\n"_s);
+}
+
+// Without a dictionary a text stands for itself, and is remembered.
+void TestSettings::describesInTheLanguageOfTheUser()
+{
+    const SettingsFixture fixture;
+    s3Settings settings(fixture.masterFile("[b]\nx=1\n" + mark), {}, u"b"_s);
+    static_cast<void>(settings.describe(false));
+    settings.setSection(u"none"_s);
+    static_cast<void>(settings.describe(false));
+    settings.close();
+    static_cast<void>(settings.describe(false));
+    for (const QString &label : {u"Abschnitt"_s, u"Schlüssel"_s, u"Abschnitte"_s, u"Datei nicht gefunden"_s})
+        QVERIFY2(s3UnknownTexts().contains(label), qPrintable(label));
 }
 
 void TestSettings::readsTexts_data()
@@ -1615,6 +1695,27 @@ void TestSettings::tracesLoading()
              u"s3Settings::loadFile(this=%1, filename='%2', copyToTempDir=true, CopyToTempDirForce=false, "
              "readOnlyOrig=false): fileOk=true copyToTempDirFailed=true m_errorString="_s.arg(self,
                                                                                               master)}));
+}
+
+void TestSettings::tracesAFailedConversion()
+{
+    const SettingsFixture fixture;
+    const QString master = fixture.masterFile("[a]\nkey=x\\y\n");
+    const ScopedTestFlag flag(120);
+    const TraceRecorder recorder;
+    const s3Settings settings(master, readOnly);
+    const QString self = pointerText(&settings);
+    QCOMPARE(
+        recorder.lines(),
+        QStringList(
+            {u"s3Settings::read(this=%1, key='format' defaultValue='') file='a.ini' section='version' --> "
+             "value='(QMetaType::UnknownType)' typeName=''"_s.arg(self),
+             u"s3SettingsPrivate::updateFormat(key='key' value='x\\\\y' valueOrig='x\\y')"_s,
+             u"s3SettingsPrivate::updateFormat(fileName='%1', checkOnly=true): false [formatOk=false "
+             "errorStringFileAccess=]"_s.arg(master),
+             u"s3Settings::loadFile(this=%1, filename='%2', copyToTempDir=false, "
+             "CopyToTempDirForce=false, readOnlyOrig=true): fileOk=false copyToTempDirFailed=false "
+             "m_errorString="_s.arg(self, master)}));
 }
 
 void TestSettings::tracesCopies()

@@ -2,7 +2,9 @@
 
 #include "ostrelletest/scopedtestflag.h"
 #include "ostrelletest/tracerecorder.h"
+#include "privatemembers.h"
 #include "s3operatingsystem.h"
+#include "s3string.h"
 #include "settingsfixture.h"
 
 #include <QTest>
@@ -16,6 +18,12 @@ using namespace Qt::StringLiterals;
 using Type = s3Settings::Type;
 
 static_assert(std::has_virtual_destructor_v<s3SettingsWithInheritance>);
+
+struct ChainMembers {
+    friend auto membersOf(ChainMembers);
+};
+template struct ExposeMembers<ChainMembers, &s3SettingsWithInheritance::chain,
+                              &s3SettingsWithInheritance::ownsSettings>;
 
 namespace
 {
@@ -71,6 +79,7 @@ class TestSettingsWithInheritance final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void membersInOrder();
     void emptyChain();
     void nullIsIgnored();
     void ownsSettingsOnRequest();
@@ -81,9 +90,11 @@ private Q_SLOTS:
     void firstHitIsFinal();
     void listOfKeys();
     void platformKeysComeFirst();
+    void tracesTheHitAlone();
     void privateFilesValuesAreNotFound();
     void readsColors_data();
     void readsColors();
+    void colorOutOfRange();
     void colorsAcrossTheChain();
     void readsGradients_data();
     void readsGradients();
@@ -93,6 +104,11 @@ private Q_SLOTS:
     void parsesGradientLists();
     void followsFiveReferences();
 };
+
+void TestSettingsWithInheritance::membersInOrder()
+{
+    QVERIFY(areMembersInOrder<ChainMembers>(s3SettingsWithInheritance(nullptr)));
+}
 
 void TestSettingsWithInheritance::emptyChain()
 {
@@ -242,6 +258,26 @@ void TestSettingsWithInheritance::platformKeysComeFirst()
     QCOMPARE(chain->readInt(QStringList(u"c"_s), 7), 7);
 }
 
+void TestSettingsWithInheritance::tracesTheHitAlone()
+{
+    const Chain chain({"a=1", "b=2", "b=3\nnone=@Invalid()", "none=4"});
+    const ScopedTestFlag flag(120);
+    const TraceRecorder recorder;
+    QCOMPARE(chain->read(u"b"_s, u"default"_s), u"2"_s);
+    QCOMPARE(chain->readInt(u"none"_s, 7), 7);
+    QCOMPARE(chain->read(u"missing"_s, u"default"_s), u"default"_s);
+    const QString format
+        = u"s3Settings::read(this=%1, key='%2' defaultValue='%3') file='%4' section='s' --> value='%5' "
+          "typeName='%6'"_s;
+    const auto self = [&chain](size_t index) {
+        return s3String::fromHex(reinterpret_cast<quintptr>(chain.at(index)));
+    };
+    QCOMPARE(recorder.lines(),
+             QStringList({format.arg(self(1), u"b"_s, u"default"_s, u"1.ini"_s, u"2"_s, u"QString"_s),
+                          format.arg(self(2), u"none"_s, QString(), u"2.ini"_s, u"(QMetaType::UnknownType)"_s,
+                                     QString())}));
+}
+
 // What only the compiled-in file has is not in the file, so the next one is asked.
 void TestSettingsWithInheritance::privateFilesValuesAreNotFound()
 {
@@ -295,6 +331,14 @@ void TestSettingsWithInheritance::readsColors()
         QVERIFY(!chain->readColor(u"key"_s, QColor()).isValid());
 }
 
+// Three numbers are a colour, whether there is such a one or not.
+void TestSettingsWithInheritance::colorOutOfRange()
+{
+    const Chain chain({"key=256, 0, 0\nnegative=-1, 0, 0"});
+    QVERIFY(!chain->readColor(u"key"_s, Qt::green).isValid());
+    QVERIFY(!chain->readColor(u"negative"_s, Qt::green).isValid());
+}
+
 void TestSettingsWithInheritance::colorsAcrossTheChain()
 {
     const Chain chain({"key=other\nred=1,2,3", "key=1,1,1\nthird=7,8,9", "other=third"});
@@ -337,6 +381,8 @@ void TestSettingsWithInheritance::readsGradients_data()
     QTest::newRow("one number is a reference")
         << QByteArray("key=5\n5=1,2,3,10") << QStringList{u"1 2 3 10"_s};
     QTest::newRow("circle") << QByteArray("key=other\nother=key") << byDefault;
+    QTest::newRow("number out of range")
+        << QByteArray("key=256,0,0,10, 4,5,6,20") << QStringList{u"4 5 6 20"_s};
     QTest::newRow("key of a colour") << QByteArray("key=mine, 0, blue, 100\nmine=1,2,3")
                                      << QStringList{u"1 2 3 0"_s, u"0 0 255 100"_s};
 }

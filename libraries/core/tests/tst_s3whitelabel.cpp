@@ -2,6 +2,7 @@
 #include "ostrelletest/filecontent.h"
 #include "ostrelletest/scopedcurrentdir.h"
 #include "ostrelletest/scopedtestflag.h"
+#include "privatemembers.h"
 #include "s3settings.h"
 #include "s3tempdir.h"
 #include "s3translate.h"
@@ -14,6 +15,15 @@
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
+
+struct WhiteLabelMembers {
+    friend auto membersOf(WhiteLabelMembers);
+};
+template struct ExposeMembers<
+    WhiteLabelMembers, &s3WhiteLabel::m_active, &s3WhiteLabel::m_name, &s3WhiteLabel::m_productName,
+    &s3WhiteLabel::m_organizationName, &s3WhiteLabel::m_applicationName, &s3WhiteLabel::m_defaultWindowTitle,
+    &s3WhiteLabel::m_iconName, &s3WhiteLabel::m_loginImageName, &s3WhiteLabel::m_loginImageNameRtl,
+    &s3WhiteLabel::m_toolbarLogoName, &s3WhiteLabel::m_aboutImageName>;
 
 namespace
 {
@@ -94,6 +104,7 @@ class TestWhiteLabel final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void membersInOrder();
     void isInactiveAtFirst();
     void namesThatAreNoBrand_data();
     void namesThatAreNoBrand();
@@ -120,6 +131,11 @@ private Q_SLOTS:
     void instanceIsKept();
     void brandsTheProcess();
 };
+
+void TestWhiteLabel::membersInOrder()
+{
+    QVERIFY(areMembersInOrder<WhiteLabelMembers>(s3WhiteLabel()));
+}
 
 void TestWhiteLabel::isInactiveAtFirst()
 {
