@@ -2,12 +2,19 @@
 
 #include "error/crashstate.h"
 #include "error/s3exceptionhandlerwin.h"
+#include "error/systemcrashsteps.h"
 #include "fakecrashsteps.h"
 #include "ostrelletest/scopedtestflag.h"
+#include "ostrelletest/thrownmessage.h"
 #include "platform/faultcontext.h"
+#include "s3tempdir.h"
+#include "s3tempdir_p.h"
 #include "s3testflags.h"
 
+#include <QDir>
+#include <QRegularExpression>
 #include <QScopeGuard>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -33,6 +40,14 @@ QStringList deedsOf(const QString &location, bool withRegisters = false)
     return QStringList{u"RecordService "_s + QString(18, u' ') + u"|ErrorAndExit|"_s + location, u"Beep"_s,
                        u"ShowBox"_s, withRegisters ? u"WriteReport true"_s : u"WriteReport false"_s}
     + ending;
+}
+
+bool makeTempDirIn(const QString &parent)
+{
+    const auto makeName = [&](QString *error) {
+        return s3MakeTempDirNameIn(parent, false, error);
+    };
+    return s3TempDirCreateNamed(makeName, nullptr) && QDir(glob_file_tempDir).exists();
 }
 
 void fail(FakeCrashSteps &steps, bool withRegisters = false)
@@ -78,6 +93,7 @@ private Q_SLOTS:
     void orderOfDeeds();
     void eachStepFailing_data();
     void eachStepFailing();
+    void everyStepFailing();
     void incompleteReportWithoutABox();
 
     void exitOrder();
@@ -86,7 +102,12 @@ private Q_SLOTS:
 
     void invalidParameter_data();
     void invalidParameter();
+    void invalidParameterIsAnAssertion_data();
+    void invalidParameterIsAnAssertion();
     void contextOfForcedFaults();
+
+    void cleanUpOfTheTempDir();
+    void cleanUpByTheHook();
 };
 
 void TestCrashPath::init()
@@ -512,6 +533,20 @@ void TestCrashPath::eachStepFailing()
     QVERIFY(errorText.contains(place));
 }
 
+void TestCrashPath::everyStepFailing()
+{
+    FakeCrashSteps steps;
+    steps.isContextSaved = true;
+    for (const char *name : {"lastError", "begin", "foregroundWindowTitle", "message", "lastErrorText",
+                             "RecordService", "translate", "hasContext", "Beep", "ShowBox", "WriteReport",
+                             "BeginExit", "QuitApplication", "CleanUp", "DestroyApplication", "Exit"})
+        steps.failing.insert(QString::fromLatin1(name));
+    fail(steps, true);
+    QCOMPARE(steps.boxes, QStringList(u"TEXT\n"_s + place + u"\n\n"_s));
+    QCOMPARE(errorText, u"\nTEXT\n\n"_s + place + u"\nGetLastError(): 0 txt=\n"_s);
+    QCOMPARE(steps.deeds(), deedsOf(place, true) + QStringList(u"ExitAtOnce -1"_s));
+}
+
 void TestCrashPath::incompleteReportWithoutABox()
 {
     // The box that tells of it may fail as well, and then even its words.
@@ -582,6 +617,31 @@ void TestCrashPath::invalidParameter()
              text);
 }
 
+void TestCrashPath::invalidParameterIsAnAssertion_data()
+{
+    QTest::addColumn<bool>("isTold");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("null strings") << false << u"Invalid parameter detected\n"_s;
+    QTest::newRow("all given") << true
+                               << u"größe > 0\nfunction=f file=x.c line=12\nInvalid parameter detected\n"_s;
+}
+
+void TestCrashPath::invalidParameterIsAnAssertion()
+{
+    QFETCH(bool, isTold);
+    QFETCH(QString, text);
+    const QString message = thrownMessage([&] {
+        s3ExceptionHandlerWinPrivate::invalidParameterHandler(
+            isTold ? L"größe > 0" : nullptr, isTold ? L"f" : nullptr, isTold ? L"x.c" : nullptr, 12, 0);
+    });
+    const QRegularExpression words(
+        u"^\nFehlernummer -201: in libraries/core/src/error/s3exceptionhandlerwin:[1-9][0-9]* in "
+        "s3ExceptionHandlerWinPrivate::invalidParameterHandler\\(\\)\n%1\n$"_s.arg(
+            QRegularExpression::escape(text)));
+    QVERIFY2(words.match(message).hasMatch(), qPrintable(message));
+}
+
 void TestCrashPath::contextOfForcedFaults()
 {
     s3FaultContext context;
@@ -595,6 +655,32 @@ void TestCrashPath::contextOfForcedFaults()
     QCOMPARE(captureContext(nullptr), 1);
     QVERIFY(savedContext() == nullptr);
     QCOMPARE(s3FirstFrameAddress(), 0U);
+}
+
+void TestCrashPath::cleanUpOfTheTempDir()
+{
+    const QTemporaryDir parent;
+    const auto restore = qScopeGuard([] { glob_file_tempDir.clear(); });
+    QVERIFY(makeTempDirIn(parent.path()));
+    systemCrashSteps().cleanUp();
+    QVERIFY(!QDir(glob_file_tempDir).exists());
+}
+
+void TestCrashPath::cleanUpByTheHook()
+{
+    static int hooks = 0;
+    const QTemporaryDir parent;
+    const auto restore = qScopeGuard([] {
+        exitHook = nullptr;
+        glob_file_tempDir.clear();
+    });
+    exitHook = [] {
+        ++hooks;
+    };
+    QVERIFY(makeTempDirIn(parent.path()));
+    systemCrashSteps().cleanUp();
+    QCOMPARE(hooks, 1);
+    QVERIFY(QDir(glob_file_tempDir).exists()); // the hook stands in for it
 }
 
 QTEST_GUILESS_MAIN(TestCrashPath)

@@ -25,6 +25,7 @@
 #include <QTest>
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -374,8 +375,11 @@ void TestDiagnosticReport::failingHookLosesTheRecord()
 {
     reportHook = throwingHook;
     QVERIFY(!s3RunGuarded([] { writeDiagnosticReport(false); }));
-    reportHook = faultingHook;
-    QVERIFY(!s3RunGuarded([] { writeDiagnosticReport(false); }));
+    QVERIFY(!QFile::exists(file()));
+    // A fault leaves behind what the writer had in hand, so it is another process's.
+    const ChildRun run = runChild(u"faultingHook"_s, m_dir->path(), patience);
+    QVERIFY(run.ended);
+    QVERIFY2(run.exitCode == 0, run.standardError.constData());
     QVERIFY(!QFile::exists(file()));
     reportHook = nullptr;
     QVERIFY(s3RunGuarded([] { writeDiagnosticReport(false); }));
@@ -532,6 +536,15 @@ int writeSeven()
     return 0;
 }
 
+// Whether the fault leaves the writer. Ends without looking for what that has lost.
+[[noreturn]] void writeWithFaultingHook()
+{
+    resetReport(QDir::currentPath());
+    reportHook = faultingHook;
+    const bool isWritten = s3RunGuarded([] { writeDiagnosticReport(false); });
+    std::_Exit(isWritten ? 1 : 0);
+}
+
 // Tells that it is ready, waits for the word, and writes its records.
 int appendRecords()
 {
@@ -559,6 +572,8 @@ int main(int argc, char **argv)
         return 0;
     if (part == u"seven"_s)
         return writeSeven();
+    if (part == u"faultingHook"_s)
+        writeWithFaultingHook();
     if (part == u"append"_s)
         return appendRecords();
     TestDiagnosticReport test;

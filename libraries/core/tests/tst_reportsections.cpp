@@ -2,6 +2,7 @@
 #include "erp/s3session.h"
 #include "erp/s3version.h"
 #include "error/modulelists.h"
+#include "ostrelletest/childrun.h"
 #include "ostrelletest/filecontent.h"
 #include "ostrelletest/scopedenvironment.h"
 #include "ostrelletest/scopedtestflag.h"
@@ -18,6 +19,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -60,6 +62,7 @@ private Q_SLOTS:
     void versions();
     void arguments_data();
     void arguments();
+    void directory_data();
     void directory();
     void operatingSystem_data();
     void operatingSystem();
@@ -141,12 +144,25 @@ void TestReportSections::arguments()
     QCOMPARE(reportArguments(arguments), line);
 }
 
+void TestReportSections::directory_data()
+{
+    QTest::addColumn<QString>("fileBeside"); // the program is installed on a server where "mandant.ini" lies
+    QTest::addColumn<QByteArray>("line");
+    QTest::newRow("local") << u"mandant.txt"_s << "guidir=C:/Zerk %1 (local install)\n"_ba;
+    QTest::newRow("on a server") << u"mandant.ini"_s << "guidir=C:/Zerk %1 \n"_ba;
+}
+
+// Whether an installation is local is found out once in a process.
 void TestReportSections::directory()
 {
+    QFETCH(QString, fileBeside);
+    QFETCH(QByteArray, line);
     QCOMPARE(reportDirectory(), QString());
-    glob_file_guiDir = u"C:/Zerk %1"_s;
-    QCOMPARE(reportDirectory(),
-             s3IsLocalInstall() ? u"guidir=C:/Zerk %1 (local install)\n"_s : u"guidir=C:/Zerk %1 \n"_s);
+    const QTemporaryDir dir;
+    QVERIFY(writeFile(dir.filePath(fileBeside), ""_ba));
+    const ChildRun run = runChild(u"directory"_s, dir.path());
+    QVERIFY(run.ended);
+    QCOMPARE(QByteArray(run.standardOutput).replace("\r\n", "\n"), line);
 }
 
 void TestReportSections::operatingSystem_data()
@@ -360,5 +376,16 @@ void TestReportSections::moduleThatCannotBeRead()
     QCOMPARE(reportModule(dir.path()).right(4), u"=  \n"_s);
 }
 
-QTEST_GUILESS_MAIN(TestReportSections)
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    if (childPart(argc, argv) == u"directory"_s) {
+        glob_file_guiDir = u"C:/Zerk %1"_s;
+        std::fputs(reportDirectory().toLatin1().constData(), stdout);
+        return 0;
+    }
+    TestReportSections test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_reportsections.moc"

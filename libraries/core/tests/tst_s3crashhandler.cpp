@@ -18,6 +18,29 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
+// As under a debugger, or not.
+class CountingHandler final : public s3CrashHandler
+{
+public:
+    explicit CountingHandler(bool hasDebugger) : m_hasDebugger(hasDebugger) { }
+
+    int asked = 0;
+
+    bool debugBreak() override
+    {
+        ++asked;
+        return m_hasDebugger;
+    }
+
+private:
+    bool m_hasDebugger;
+};
+
+}
+
 class TestCrashHandler final : public QObject
 {
     Q_OBJECT
@@ -34,6 +57,8 @@ private Q_SLOTS:
     void tryCatchIsSilentWithoutFlags();
     void tryCatchTraces_data();
     void tryCatchTraces();
+    void tryCatchAlwaysAsksForTheDebugger_data();
+    void tryCatchAlwaysAsksForTheDebugger();
     void tryCatchMayBeAnAssertion();
     void withoutTheFlagTheProcessEnds_data();
     void withoutTheFlagTheProcessEnds();
@@ -177,6 +202,33 @@ void TestCrashHandler::tryCatchTraces()
     s3LogFileStream::closeAll();
 }
 
+void TestCrashHandler::tryCatchAlwaysAsksForTheDebugger_data()
+{
+    QTest::addColumn<qint32>("flag");
+    QTest::addColumn<bool>("hasDebugger");
+    QTest::addColumn<QStringList>("lines");
+
+    QTest::newRow("no flag") << 0 << false << QStringList();
+    QTest::newRow("no flag, in a debugger") << 0 << true << QStringList();
+    QTest::newRow("another flag") << 56 << true << QStringList();
+    QTest::newRow("traced") << 400 << false << QStringList(u"DEBUG_TRYCATCH() file:7  f() = false"_s);
+    QTest::newRow("traced, in a debugger")
+        << 400 << true << QStringList(u"DEBUG_TRYCATCH() file:7  f() = true"_s);
+}
+
+void TestCrashHandler::tryCatchAlwaysAsksForTheDebugger()
+{
+    QFETCH(qint32, flag);
+    QFETCH(bool, hasDebugger);
+    QFETCH(QStringList, lines);
+    const ScopedTestFlag tracing(flag);
+    const TraceRecorder trace;
+    CountingHandler handler(hasDebugger);
+    handler.debugTryCatch("file", 7, "f");
+    QCOMPARE(handler.asked, 1);
+    QCOMPARE(trace.lines(), lines);
+}
+
 void TestCrashHandler::tryCatchMayBeAnAssertion()
 {
     const ScopedTestFlag asserting(198);
@@ -227,12 +279,15 @@ void TestCrashHandler::withoutTheFlagTheProcessEnds()
     QVERIFY2(stack > 0, qPrintable(failed.record));
     const QString frames = failed.record.mid(stack);
     QVERIFY2(frames.contains(u"RIP="_s), qPrintable(frames));
-    if (!EXPECT_SYMBOLS)
+    // The innermost frame is the assertion's, though Wine has no name for it: the library is built without.
+    const qsizetype site = frames.indexOf(u"failHere+"_s);
+    QVERIFY2(site > 0, qPrintable(frames));
+    QVERIFY(frames.left(site).count(u"RIP="_s) >= 1);
+    if (WALKER_OF_WINE)
         return;
     const qsizetype entry = frames.indexOf(u" s3CrashHandler::assertFailed+"_s);
-    const qsizetype site = frames.indexOf(u"failHere+"_s);
     QVERIFY2(entry > 0 && site > entry, qPrintable(frames));
-    QCOMPARE(frames.left(entry).count(u"RIP="_s), 0); // the innermost frame is the assertion's
+    QCOMPARE(frames.left(entry).count(u"RIP="_s), 0);
 }
 
 namespace

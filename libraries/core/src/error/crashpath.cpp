@@ -160,11 +160,7 @@ void errorAndExitBy(s3CrashSteps &steps, bool withRegisters, quint32 code, const
         errorText.clear();
     }
 
-    QString location
-        = u"Fehlernummer -%1: in %2:%3"_s.arg(QString::number(code), file, QString::number(line));
-    if (!function.isEmpty())
-        location += u" in %1()"_s.arg(function);
-
+    const QString location = failureLocation(code, file, line, function);
     QString message;
     QString errorWords;
     (void)steps.guarded([&] { message = steps.message(code); });
@@ -198,6 +194,15 @@ void exitProgramBy(s3CrashSteps &steps, int exitCode)
     (void)steps.guarded([&] { steps.destroyApplication(); });
     if (!steps.guarded([&] { steps.exit(exitCode); }))
         steps.exitAtOnce(exitCode);
+}
+
+QString failureLocation(quint32 code, const QString &file, int line, const QString &function)
+{
+    QString location
+        = u"Fehlernummer -%1: in %2:%3"_s.arg(QString::number(code), file, QString::number(line));
+    if (!function.isEmpty())
+        location += u" in %1()"_s.arg(function);
+    return location;
 }
 
 QString invalidParameterText(const wchar_t *expression, const wchar_t *function, const wchar_t *file,

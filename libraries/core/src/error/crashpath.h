@@ -19,6 +19,9 @@ void errorAndExitBy(s3CrashSteps &steps, bool withRegisters, quint32 code, const
                     const QString &file, int line, const QString &function);
 void exitProgramBy(s3CrashSteps &steps, int exitCode);
 
+// The place of a failure as boxes, reports and assertions tell it; `function` may be empty.
+[[nodiscard]] QString failureLocation(quint32 code, const QString &file, int line, const QString &function);
+
 // The words of the assertion for a parameter that the C run-time library refused.
 [[nodiscard]] QString invalidParameterText(const wchar_t *expression, const wchar_t *function,
                                            const wchar_t *file, unsigned int line);

@@ -1,6 +1,7 @@
 #include "protocol/callhistory.h"
 
 #include "error/crashstate.h"
+#include "lasting.h"
 #include "test/s3trace.h"
 
 #include <QElapsedTimer>
@@ -41,18 +42,8 @@ struct Ring {
     }
 };
 
-// Constructed by the compiler and never destroyed: a failure may come with a broken heap, or when static
-// objects are gone already.
-union LastingRing {
-    constexpr LastingRing() : ring() { }
-    ~LastingRing() { }
-    Q_DISABLE_COPY_MOVE(LastingRing)
-
-    Ring ring;
-};
-
-constinit LastingRing firstRing;
-constinit LastingRing secondRing;
+constinit s3Lasting<Ring> firstRing;
+constinit s3Lasting<Ring> secondRing;
 constinit QElapsedTimer timer;
 
 QString cell(const QString &text, qsizetype width)
@@ -74,7 +65,7 @@ void record(const QString &kind, const QString &column1, const QString &column2,
     const QString line
         = u"%1%2%3%4 %5 %6"_s.arg(column1, cell(column2, columnWidth), QString(flag ? u'+' : u' '),
                                   cell(column3, columnWidth), elapsedCell(), text.left(textLength));
-    Ring &ring = firstRing.ring;
+    Ring &ring = firstRing.object;
     ring.entries.at(ring.next) = {line, true};
     ring.next = (ring.next + 1) % ringSize;
     s3Trace(historyTraceFlag, [&] { return QString(cell(kind + u':', kindWidth) + line); });
@@ -104,8 +95,8 @@ void recordCall(const QString &first, const QString &second, const QString &thir
         return;
     QString line = u"%1%2%3%4   %5"_s.arg(cell(first, shortColumnWidth), cell(second, columnWidth),
                                           elapsedCell(), fourth, third);
-    const size_t index = firstRing.ring.next;
-    Ring &ring = secondRing.ring;
+    const size_t index = firstRing.object.next;
+    Ring &ring = secondRing.object;
     ring.entries.at(index) = {line, true};
     ring.next = (index + 1) % ringSize;
     s3Trace(historyTraceFlag, [&] { return line; });
@@ -113,12 +104,12 @@ void recordCall(const QString &first, const QString &second, const QString &thir
 
 QStringList callHistory()
 {
-    return firstRing.ring.lines();
+    return firstRing.object.lines();
 }
 
 QStringList secondCallHistory()
 {
-    return secondRing.ring.lines();
+    return secondRing.object.lines();
 }
 
 void startCallHistoryClock()
@@ -129,6 +120,6 @@ void startCallHistoryClock()
 
 void clearCallHistory()
 {
-    firstRing.ring = Ring();
-    secondRing.ring = Ring();
+    firstRing.object = Ring();
+    secondRing.object = Ring();
 }

@@ -3,6 +3,7 @@
 #include "error/crashstate.h"
 #include "error/s3exceptionhandlerwin.h"
 #include "error/stacktrace.h"
+#include "lasting.h"
 #include "platform/faultcontext.h"
 #include "platform/graphics.h"
 #include "platform/modules.h"
@@ -32,13 +33,13 @@ constexpr int lastEntry = 5;
 
 constexpr std::chrono::milliseconds defaultLockWait{2000};
 
-constinit QStringList reportedArguments;
+constinit s3Lasting<QStringList> reportedArguments;
 constinit std::chrono::milliseconds lockWait = defaultLockWait;
 
 QStringList argumentsToReport()
 {
-    if (!reportedArguments.isEmpty() || QCoreApplication::instance() == nullptr)
-        return reportedArguments;
+    if (!reportedArguments.object.isEmpty() || QCoreApplication::instance() == nullptr)
+        return reportedArguments.object;
     return QCoreApplication::arguments();
 }
 
@@ -113,7 +114,7 @@ void writeDiagnosticReport(bool withRegisters)
 
 void setReportArguments(const QStringList &arguments)
 {
-    reportedArguments = arguments;
+    reportedArguments.object = arguments;
     startCallHistoryClock();
 }
 

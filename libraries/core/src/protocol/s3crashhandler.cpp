@@ -1,9 +1,11 @@
 #include "protocol/s3crashhandler.h"
 
+#include "error/crashpath.h"
 #include "error/s3exception.h"
 #include "error/s3exceptionhandlerwin.h"
 #include "platform/debugger.h"
 #include "platform/faultcontext.h"
+#include "platform/process.h"
 #include "s3string.h"
 #include "s3testflags.h"
 #include "test/s3trace.h"
@@ -21,22 +23,13 @@ QString brokenCondition(const QString &condition)
     return u"Bedingung nicht erfuellt\n%1\n"_s.arg(condition);
 }
 
-QString failureLocation(quint32 code, const QString &file, int line, const QString &function)
-{
-    QString location
-        = u"Fehlernummer -%1: in %2:%3"_s.arg(QString::number(code), file, QString::number(line));
-    if (!function.isEmpty())
-        location += u" in %1()"_s.arg(function);
-    return location;
-}
-
 // The handler of a program that may run under a debugger.
 class s3CrashHandlerWin final : public s3CrashHandler
 {
 public:
     bool debugBreak() override
     {
-        if (!platform::isDebuggerPresent())
+        if (!platform::isDebuggerAttached())
             return false;
         platform::breakIntoDebugger();
         return true;

@@ -1,7 +1,8 @@
-#include "platform/stackwalker.h"
+#include "platform/stackwalker_p.h"
 
-#include "platform/linux/symbolname_linux.h"
+#include "lasting.h"
 #include "platform/runguarded.h"
+#include "platform/symbolname.h"
 
 #include <QFile>
 #include <QList>
@@ -41,44 +42,20 @@ struct DwarfFrame {
     bool isInterrupted = false; // the counter is that of the instruction being run, not a return address
 };
 
-class LinuxStackWalker final : public StackWalker
-{
-public:
-    Version version() override;
-    bool initialize() override;
-    void cleanUp() override;
-    bool searchPath(QString &path) override;
-    void start(const s3FaultContext &context) override;
-    bool next(StackFrame &frame) override;
-    bool module(const StackFrame &frame, StackModule &module) override;
-    bool symbol(const StackFrame &frame, StackSymbol &symbol) override;
-    bool line(const StackFrame &frame, StackLine &line) override;
-    bool word(quint64 address, quint64 &word) override;
-    QString modulePath(quint64 address) override;
-    QString errorText() override { return m_errorText; }
-
-private:
-    // The callbacks of libdwfl; their last argument, or the thread's, is the walker.
-    static pid_t giveThread(Dwfl *dwfl, void *walker, void **threadArgument);
-    static bool findThread(Dwfl *dwfl, pid_t thread, void *walker, void **threadArgument);
-    static bool readMemory(Dwfl *dwfl, Dwarf_Addr address, Dwarf_Word *word, void *walker);
-    static bool giveRegisters(Dwfl_Thread *thread, void *walker);
-    static int takeFrame(Dwfl_Frame *frame, void *walker);
-
-    bool fail(const QString &text = QString());
-    bool attach();
-    void collectFrames();
-    [[nodiscard]] Dwfl_Module *moduleAt(quint64 address) const;
-
-    Dwfl *m_dwfl = nullptr;
-    s3FaultContext m_context;
-    std::array<DwarfFrame, mostFrames> m_frames;
-    std::size_t m_frameCount = 0;
-    std::size_t m_next = 0;
-    bool m_hasCollected = false;
-    bool m_hasEnded = false; // the frames go to the end of the stack
-    QString m_errorText;
+// The walk at hand.
+struct Walk {
+    Dwfl *dwfl = nullptr;
+    s3FaultContext context;
+    std::array<DwarfFrame, mostFrames> frames;
+    std::size_t frameCount = 0;
+    std::size_t next = 0;
+    bool hasCollected = false;
+    bool hasEnded = false; // the frames go to the end of the stack
+    QString endReason; // why they do not
+    QString errorText;
 };
+constinit s3Lasting<Walk> lastingWalk;
+constinit Walk &walk = lastingWalk.object;
 
 // Separate debugging information is only looked for on this machine: a crash report waits for no server.
 char debuginfoDirectory[] = "/usr/lib/debug";
@@ -92,121 +69,31 @@ constinit const Dwfl_Callbacks callbacks = {
 };
 
 // Keeps the reason of a failure; libdwfl's own one unless `text` says it.
-bool LinuxStackWalker::fail(const QString &text)
+bool fail(const QString &text = QString())
 {
     const char *reason = text.isEmpty() ? dwfl_errmsg(-1) : nullptr;
-    m_errorText = reason != nullptr ? QString::fromUtf8(reason) : text;
-    if (m_errorText.isEmpty())
-        m_errorText = u"no information"_s;
+    walk.errorText = reason != nullptr ? QString::fromUtf8(reason) : text;
+    if (walk.errorText.isEmpty())
+        walk.errorText = u"no information"_s;
     return false;
 }
 
-StackWalker::Version LinuxStackWalker::version()
-{
-    const QList<QByteArray> numbers = QByteArray(dwfl_version(nullptr)).split('.');
-    return {.major = numbers.value(0).toInt(),
-            .minor = numbers.value(1).toInt(),
-            .revision = numbers.value(2).toInt()};
-}
-
-bool LinuxStackWalker::initialize()
-{
-    // What a walk left that ended in a fault may be broken.
-    (void)s3RunGuarded([this] { cleanUp(); });
-    m_dwfl = dwfl_begin(&callbacks);
-    if (m_dwfl == nullptr)
-        return fail();
-    const int error = dwfl_linux_proc_report(m_dwfl, getpid());
-    if (error > 0)
-        fail(qt_error_string(error));
-    else if (error < 0 || dwfl_report_end(m_dwfl, nullptr, nullptr) != 0 || !attach())
-        fail();
-    else
-        return true;
-    cleanUp();
-    return false;
-}
-
-bool LinuxStackWalker::attach()
-{
-    static constinit const Dwfl_Thread_Callbacks threadCallbacks = {
-        .next_thread = giveThread,
-        .get_thread = findThread,
-        .memory_read = readMemory,
-        .set_initial_registers = giveRegisters,
-        .detach = nullptr,
-        .thread_detach = nullptr,
-    };
-    return dwfl_attach_state(m_dwfl, nullptr, getpid(), &threadCallbacks, this);
-}
-
-void LinuxStackWalker::cleanUp()
-{
-    if (Dwfl *dwfl = std::exchange(m_dwfl, nullptr))
-        dwfl_end(dwfl);
-}
-
-bool LinuxStackWalker::searchPath(QString &path)
-{
-    path = QString::fromUtf8(debuginfoPath);
-    return true;
-}
-
-void LinuxStackWalker::start(const s3FaultContext &context)
-{
-    m_context = context;
-    m_frameCount = 0;
-    m_next = 0;
-    m_hasCollected = false;
-    m_hasEnded = false;
-}
-
-bool LinuxStackWalker::next(StackFrame &frame)
-{
-    if (!m_hasCollected)
-        collectFrames();
-    frame = StackFrame();
-    if (m_next == m_frameCount) {
-        if (!m_hasEnded || m_frameCount == 0)
-            return false;
-        // The outermost function has no caller to return to.
-        frame.frameAddress = m_frames[m_frameCount - 1].stackPointer;
-        return true;
-    }
-    const DwarfFrame &current = m_frames[m_next++];
-    frame.programCounter = current.programCounter;
-    // The caller's stack pointer lies behind the return address and the place of the frame pointer.
-    frame.frameAddress
-        = m_next < m_frameCount ? m_frames[m_next].stackPointer - 2 * sizeof(quint64) : current.stackPointer;
-    frame.lookupAddress = current.isInterrupted || current.programCounter == 0 ? current.programCounter
-                                                                               : current.programCounter - 1;
-    return true;
-}
-
-void LinuxStackWalker::collectFrames()
-{
-    m_hasCollected = true;
-    const int result = m_dwfl != nullptr ? dwfl_getthread_frames(m_dwfl, gettid(), takeFrame, this) : -1;
-    m_hasEnded = result == 0;
-    if (result < 0)
-        fail();
-}
-
-pid_t LinuxStackWalker::giveThread(Dwfl *, void *walker, void **threadArgument)
+// The callbacks of libdwfl. The argument of a thread is nothing but a mark that it was given.
+pid_t giveThread(Dwfl *, void *mark, void **threadArgument)
 {
     if (*threadArgument != nullptr)
         return 0;
-    *threadArgument = walker;
+    *threadArgument = mark;
     return gettid();
 }
 
-bool LinuxStackWalker::findThread(Dwfl *, pid_t, void *walker, void **threadArgument)
+bool findThread(Dwfl *, pid_t, void *mark, void **threadArgument)
 {
-    *threadArgument = walker;
+    *threadArgument = mark;
     return true;
 }
 
-bool LinuxStackWalker::readMemory(Dwfl *, Dwarf_Addr address, Dwarf_Word *word, void *)
+bool readMemory(Dwfl *, Dwarf_Addr address, Dwarf_Word *word, void *)
 {
     quint64 value = 0;
     if (!readWord(address, value))
@@ -215,9 +102,9 @@ bool LinuxStackWalker::readMemory(Dwfl *, Dwarf_Addr address, Dwarf_Word *word, 
     return true;
 }
 
-bool LinuxStackWalker::giveRegisters(Dwfl_Thread *thread, void *walker)
+bool giveRegisters(Dwfl_Thread *thread, void *)
 {
-    const s3FaultContext &context = static_cast<LinuxStackWalker *>(walker)->m_context;
+    const s3FaultContext &context = walk.context;
     const std::array<Dwarf_Word, registerCount> registers
         = {context.rax, context.rdx, context.rcx, context.rbx, context.rsi, context.rdi,
            context.rbp, context.rsp, context.r8,  context.r9,  context.r10, context.r11,
@@ -225,10 +112,9 @@ bool LinuxStackWalker::giveRegisters(Dwfl_Thread *thread, void *walker)
     return dwfl_thread_state_registers(thread, 0, registerCount, registers.data());
 }
 
-int LinuxStackWalker::takeFrame(Dwfl_Frame *frame, void *walker)
+int takeFrame(Dwfl_Frame *frame, void *)
 {
-    auto *self = static_cast<LinuxStackWalker *>(walker);
-    if (self->m_frameCount == mostFrames)
+    if (walk.frameCount == mostFrames)
         return DWARF_CB_ABORT;
     DwarfFrame taken;
     Dwarf_Addr programCounter = 0;
@@ -238,13 +124,33 @@ int LinuxStackWalker::takeFrame(Dwfl_Frame *frame, void *walker)
         return DWARF_CB_ABORT;
     taken.programCounter = programCounter;
     taken.stackPointer = stackPointer;
-    self->m_frames[self->m_frameCount++] = taken;
+    walk.frames[walk.frameCount++] = taken;
     return DWARF_CB_OK;
 }
 
-Dwfl_Module *LinuxStackWalker::moduleAt(quint64 address) const
+constinit const Dwfl_Thread_Callbacks threadCallbacks = {
+    .next_thread = giveThread,
+    .get_thread = findThread,
+    .memory_read = readMemory,
+    .set_initial_registers = giveRegisters,
+    .detach = nullptr,
+    .thread_detach = nullptr,
+};
+
+void collectFrames()
 {
-    Dwfl_Module *module = m_dwfl != nullptr ? dwfl_addrmodule(m_dwfl, address) : nullptr;
+    walk.hasCollected = true;
+    const int result
+        = walk.dwfl != nullptr ? dwfl_getthread_frames(walk.dwfl, gettid(), takeFrame, nullptr) : -1;
+    walk.hasEnded = result == 0;
+    if (!walk.hasEnded)
+        fail();
+    walk.endReason = walk.hasEnded ? QString() : walk.errorText;
+}
+
+Dwfl_Module *moduleAt(quint64 address)
+{
+    Dwfl_Module *module = walk.dwfl != nullptr ? dwfl_addrmodule(walk.dwfl, address) : nullptr;
     if (module == nullptr)
         return nullptr;
     // The first address behind a module is taken for the module's as well.
@@ -253,7 +159,80 @@ Dwfl_Module *LinuxStackWalker::moduleAt(quint64 address) const
     return address < end ? module : nullptr;
 }
 
-bool LinuxStackWalker::module(const StackFrame &frame, StackModule &module)
+}
+
+StackWalker::Version SystemStackWalker::version()
+{
+    const QList<QByteArray> numbers = QByteArray(dwfl_version(nullptr)).split('.');
+    return {.major = numbers.value(0).toInt(),
+            .minor = numbers.value(1).toInt(),
+            .revision = numbers.value(2).toInt()};
+}
+
+bool SystemStackWalker::initialize()
+{
+    // What a walk left that ended in a fault may be broken.
+    (void)s3RunGuarded([this] { cleanUp(); });
+    walk.dwfl = dwfl_begin(&callbacks);
+    if (walk.dwfl == nullptr)
+        return fail();
+    const int error = dwfl_linux_proc_report(walk.dwfl, getpid());
+    if (error > 0)
+        fail(qt_error_string(error));
+    else if (error < 0 || dwfl_report_end(walk.dwfl, nullptr, nullptr) != 0
+             || !dwfl_attach_state(walk.dwfl, nullptr, getpid(), &threadCallbacks, &walk))
+        fail();
+    else
+        return true;
+    cleanUp();
+    return false;
+}
+
+void SystemStackWalker::cleanUp()
+{
+    if (Dwfl *dwfl = std::exchange(walk.dwfl, nullptr))
+        dwfl_end(dwfl);
+}
+
+bool SystemStackWalker::searchPath(QString &path)
+{
+    path = QString::fromUtf8(debuginfoPath);
+    return true;
+}
+
+void SystemStackWalker::start(const s3FaultContext &context)
+{
+    walk.context = context;
+    walk.frameCount = 0;
+    walk.next = 0;
+    walk.hasCollected = false;
+    walk.hasEnded = false;
+}
+
+bool SystemStackWalker::next(StackFrame &frame)
+{
+    if (!walk.hasCollected)
+        collectFrames();
+    frame = StackFrame();
+    if (walk.next == walk.frameCount) {
+        if (!walk.hasEnded || walk.frameCount == 0)
+            return fail(walk.endReason);
+        // The outermost function has no caller to return to.
+        frame.frameAddress = walk.frames[walk.frameCount - 1].stackPointer;
+        return true;
+    }
+    const DwarfFrame &current = walk.frames[walk.next++];
+    frame.programCounter = current.programCounter;
+    // The caller's stack pointer lies behind the return address and the place of the frame pointer.
+    frame.frameAddress = walk.next < walk.frameCount
+        ? walk.frames[walk.next].stackPointer - 2 * sizeof(quint64)
+        : current.stackPointer;
+    frame.lookupAddress = current.isInterrupted || current.programCounter == 0 ? current.programCounter
+                                                                               : current.programCounter - 1;
+    return true;
+}
+
+bool SystemStackWalker::module(const StackFrame &frame, StackModule &module)
 {
     Dwfl_Module *found = moduleAt(frame.lookupAddress);
     if (found == nullptr)
@@ -270,7 +249,7 @@ bool LinuxStackWalker::module(const StackFrame &frame, StackModule &module)
     return true;
 }
 
-bool LinuxStackWalker::symbol(const StackFrame &frame, StackSymbol &symbol)
+bool SystemStackWalker::symbol(const StackFrame &frame, StackSymbol &symbol)
 {
     Dwfl_Module *found = moduleAt(frame.lookupAddress);
     GElf_Off offset = 0;
@@ -285,7 +264,7 @@ bool LinuxStackWalker::symbol(const StackFrame &frame, StackSymbol &symbol)
     return true;
 }
 
-bool LinuxStackWalker::line(const StackFrame &frame, StackLine &line)
+bool SystemStackWalker::line(const StackFrame &frame, StackLine &line)
 {
     Dwfl_Module *found = moduleAt(frame.lookupAddress);
     Dwfl_Line *source = found != nullptr ? dwfl_module_getsrc(found, frame.lookupAddress) : nullptr;
@@ -297,12 +276,12 @@ bool LinuxStackWalker::line(const StackFrame &frame, StackLine &line)
     return true;
 }
 
-bool LinuxStackWalker::word(quint64 address, quint64 &word)
+bool SystemStackWalker::word(quint64 address, quint64 &word)
 {
     return readWord(address, word) || fail(u"no memory at this address"_s);
 }
 
-QString LinuxStackWalker::modulePath(quint64 address)
+QString SystemStackWalker::modulePath(quint64 address)
 {
     QFile maps(u"/proc/self/maps"_s);
     if (!maps.open(QIODevice::ReadOnly))
@@ -323,19 +302,9 @@ QString LinuxStackWalker::modulePath(quint64 address)
     return QString();
 }
 
-// There before everything else and never destroyed: a crash may come at any time.
-union Immortal {
-    constexpr Immortal() : object() { }
-    ~Immortal() { }
-    LinuxStackWalker object;
-};
-constinit Immortal realWalker;
-
-}
-
-StackWalker &stackWalker()
+QString SystemStackWalker::errorText()
 {
-    return realWalker.object;
+    return walk.errorText;
 }
 
 }

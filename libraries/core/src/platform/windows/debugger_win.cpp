@@ -5,11 +5,6 @@
 namespace platform
 {
 
-bool isDebuggerPresent()
-{
-    return IsDebuggerPresent() != FALSE;
-}
-
 void breakIntoDebugger()
 {
     DebugBreak();

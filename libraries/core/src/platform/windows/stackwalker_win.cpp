@@ -1,10 +1,13 @@
-#include "platform/stackwalker.h"
+#include "platform/stackwalker_p.h"
 
 #include "platform/library.h"
 #include "platform/runguarded.h"
+#include "platform/symbolname.h"
 #include "platform/windows/faultcontext_win.h"
 
 #include <array>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include <dbghelp.h>
@@ -70,104 +73,104 @@ quint64 frameAddressOf(const STACKFRAME64 &frame)
     return isOnStack || frame.AddrPC.Offset == 0 ? address : stackPointer;
 }
 
-class WindowsStackWalker final : public StackWalker
-{
-public:
-    Version version() override;
-    bool initialize() override;
-    void cleanUp() override;
-    bool searchPath(QString &path) override;
-    void start(const s3FaultContext &context) override;
-    bool next(StackFrame &frame) override;
-    bool module(const StackFrame &frame, StackModule &module) override;
-    bool symbol(const StackFrame &frame, StackSymbol &symbol) override;
-    bool line(const StackFrame &frame, StackLine &line) override;
-    bool word(quint64 address, quint64 &word) override;
-    QString modulePath(quint64 address) override;
-    QString errorText() override { return QString(); }
-
-private:
-    bool load();
-
-    bool m_isLoaded = false;
-    bool m_isOpen = false;
-    DebugHelp m_debugHelp;
-    CONTEXT m_context = {};
-    STACKFRAME64 m_frame = {};
-};
+constinit DebugHelp debugHelp;
+constinit bool hasDebugHelp = false;
 
 // The library stays loaded: its entries are needed until the process ends.
-bool WindowsStackWalker::load()
+bool load()
 {
-    if (m_isLoaded)
+    if (hasDebugHelp)
         return true;
     const LibraryHandle library = openLibrary(u"dbghelp.dll"_s);
-    m_isLoaded = library != nullptr && findEntries(library, m_debugHelp);
-    return m_isLoaded;
+    hasDebugHelp = library != nullptr && findEntries(library, debugHelp);
+    if (!hasDebugHelp) {
+        const DWORD reason = GetLastError();
+        closeLibrary(library);
+        SetLastError(reason);
+    }
+    return hasDebugHelp;
 }
 
-StackWalker::Version WindowsStackWalker::version()
+// The walk at hand.
+struct Walk {
+    bool isOpen = false;
+    CONTEXT context = {};
+    STACKFRAME64 frame = {};
+};
+constinit Walk walk;
+
+// What dbghelp calls undecorated is the other compiler's; this one's names are decorated in its own way.
+QString nameOf(const char *symbol)
+{
+    constexpr std::string_view decoration = "_Z";
+    return std::string_view(symbol).starts_with(decoration) ? symbolName(symbol)
+                                                            : QString::fromLatin1(symbol);
+}
+
+}
+
+StackWalker::Version SystemStackWalker::version()
 {
     if (!load())
         return {};
-    const API_VERSION *version = m_debugHelp.apiVersion();
+    const API_VERSION *version = debugHelp.apiVersion();
     return {.major = version->MajorVersion, .minor = version->MinorVersion, .revision = version->Revision};
 }
 
-bool WindowsStackWalker::initialize()
+bool SystemStackWalker::initialize()
 {
     // What a walk left that ended in a fault may be broken.
     (void)s3RunGuarded([this] { cleanUp(); });
     if (!load())
         return false;
-    m_debugHelp.setOptions(symbolOptions);
-    m_isOpen = m_debugHelp.initialize(GetCurrentProcess(), ".", TRUE) != FALSE;
-    return m_isOpen;
+    debugHelp.setOptions(symbolOptions);
+    walk.isOpen = debugHelp.initialize(GetCurrentProcess(), ".", TRUE) != FALSE;
+    return walk.isOpen;
 }
 
-void WindowsStackWalker::cleanUp()
+void SystemStackWalker::cleanUp()
 {
-    if (std::exchange(m_isOpen, false))
-        m_debugHelp.cleanUp(GetCurrentProcess());
+    if (std::exchange(walk.isOpen, false))
+        debugHelp.cleanUp(GetCurrentProcess());
 }
 
-bool WindowsStackWalker::searchPath(QString &path)
+bool SystemStackWalker::searchPath(QString &path)
 {
     std::array<char, longestSearchPath> buffer = {};
-    if (!m_isOpen
-        || m_debugHelp.getSearchPath(GetCurrentProcess(), buffer.data(), longestSearchPath) == FALSE)
+    if (!walk.isOpen
+        || debugHelp.getSearchPath(GetCurrentProcess(), buffer.data(), longestSearchPath) == FALSE)
         return false;
     path = QString::fromLatin1(buffer.data());
     return true;
 }
 
-void WindowsStackWalker::start(const s3FaultContext &context)
+void SystemStackWalker::start(const s3FaultContext &context)
 {
-    m_context = recordOfContext(context);
-    m_frame = {};
+    walk.context = recordOfContext(context);
+    walk.frame = {};
 }
 
-bool WindowsStackWalker::next(StackFrame &frame)
+bool SystemStackWalker::next(StackFrame &frame)
 {
     frame = StackFrame();
-    if (!m_isOpen
-        || m_debugHelp.stackWalk(IMAGE_FILE_MACHINE_AMD64, GetCurrentProcess(), GetCurrentThread(), &m_frame,
-                                 &m_context, nullptr, m_debugHelp.functionTableAccess,
-                                 m_debugHelp.getModuleBase, nullptr)
+    if (!walk.isOpen
+        || debugHelp.stackWalk(IMAGE_FILE_MACHINE_AMD64, GetCurrentProcess(), GetCurrentThread(), &walk.frame,
+                               &walk.context, nullptr, debugHelp.functionTableAccess, debugHelp.getModuleBase,
+                               nullptr)
             == FALSE)
         return false;
-    frame.programCounter = m_frame.AddrPC.Offset;
-    frame.frameAddress = frameAddressOf(m_frame);
+    frame.programCounter = walk.frame.AddrPC.Offset;
+    frame.frameAddress = frameAddressOf(walk.frame);
     frame.lookupAddress = frame.programCounter;
     return true;
 }
 
-bool WindowsStackWalker::module(const StackFrame &frame, StackModule &module)
+bool SystemStackWalker::module(const StackFrame &frame, StackModule &module)
 {
     IMAGEHLP_MODULE64 info = {};
     static_assert(sizeof(info) == 1680);
     info.SizeOfStruct = sizeof(info);
-    if (!m_isOpen || m_debugHelp.getModuleInfo(GetCurrentProcess(), frame.lookupAddress, &info) == FALSE)
+    if (!walk.isOpen || debugHelp.getModuleInfo(GetCurrentProcess(), frame.lookupAddress, &info) == FALSE)
         return false;
     module.moduleName = QString::fromLatin1(info.ModuleName);
     module.imageName = QString::fromLatin1(info.ImageName);
@@ -175,46 +178,46 @@ bool WindowsStackWalker::module(const StackFrame &frame, StackModule &module)
     return true;
 }
 
-bool WindowsStackWalker::symbol(const StackFrame &frame, StackSymbol &symbol)
+bool SystemStackWalker::symbol(const StackFrame &frame, StackSymbol &symbol)
 {
-    // The name stands behind the structure, whose own room for it is one character.
+    // The name stands behind the structure, whose own member for it is an array of one character.
     union {
-        IMAGEHLP_SYMBOL64 entry;
         std::array<char, sizeof(IMAGEHLP_SYMBOL64) + longestSymbol> room;
+        IMAGEHLP_SYMBOL64 entry;
     } found = {};
     static_assert(sizeof(IMAGEHLP_SYMBOL64) == 32);
     found.entry.SizeOfStruct = sizeof(IMAGEHLP_SYMBOL64);
     found.entry.MaxNameLength = longestSymbol;
     DWORD64 displacement = 0;
-    if (!m_isOpen
-        || m_debugHelp.getSymbol(GetCurrentProcess(), frame.lookupAddress, &displacement, &found.entry)
+    if (!walk.isOpen
+        || debugHelp.getSymbol(GetCurrentProcess(), frame.lookupAddress, &displacement, &found.entry)
             == FALSE)
         return false;
-    symbol.name = QString::fromLatin1(found.entry.Name);
+    symbol.name = nameOf(&found.room[offsetof(IMAGEHLP_SYMBOL64, Name)]);
     symbol.displacement = displacement;
     return true;
 }
 
-bool WindowsStackWalker::line(const StackFrame &frame, StackLine &line)
+bool SystemStackWalker::line(const StackFrame &frame, StackLine &line)
 {
     IMAGEHLP_LINE64 found = {};
     static_assert(sizeof(found) == 40);
     found.SizeOfStruct = sizeof(found);
     DWORD displacement = 0;
-    if (!m_isOpen
-        || m_debugHelp.getLine(GetCurrentProcess(), frame.lookupAddress, &displacement, &found) == FALSE)
+    if (!walk.isOpen
+        || debugHelp.getLine(GetCurrentProcess(), frame.lookupAddress, &displacement, &found) == FALSE)
         return false;
     line.file = QString::fromLatin1(found.FileName);
     line.line = static_cast<int>(found.LineNumber);
     return true;
 }
 
-bool WindowsStackWalker::word(quint64 address, quint64 &word)
+bool SystemStackWalker::word(quint64 address, quint64 &word)
 {
     return s3RunGuarded([&] { word = *reinterpret_cast<const volatile quint64 *>(address); });
 }
 
-QString WindowsStackWalker::modulePath(quint64 address)
+QString SystemStackWalker::modulePath(quint64 address)
 {
     MEMORY_BASIC_INFORMATION memory = {};
     if (VirtualQuery(reinterpret_cast<const void *>(address), &memory, sizeof(memory)) == 0
@@ -226,19 +229,9 @@ QString WindowsStackWalker::modulePath(quint64 address)
     return QString::fromWCharArray(path.data(), static_cast<qsizetype>(length));
 }
 
-// There before everything else and never destroyed: a crash may come at any time.
-union Immortal {
-    constexpr Immortal() : object() { }
-    ~Immortal() { }
-    WindowsStackWalker object;
-};
-constinit Immortal realWalker;
-
-}
-
-StackWalker &stackWalker()
+QString SystemStackWalker::errorText()
 {
-    return realWalker.object;
+    return QString();
 }
 
 }

@@ -1,4 +1,4 @@
-#include "platform/linux/symbolname_linux.h"
+#include "platform/symbolname.h"
 
 #include <cstdlib>
 #include <memory>
