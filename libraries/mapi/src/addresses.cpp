@@ -22,6 +22,13 @@ constexpr std::size_t longestAddress = 980;
     throw Failure(MAPI_E_INVALID_RECIPS, "not an address: " + std::string(text.substr(0, shown)));
 }
 
+std::string lowerCase(std::string_view text)
+{
+    std::string out(text);
+    std::transform(out.begin(), out.end(), out.begin(), &g_ascii_tolower);
+    return out;
+}
+
 std::string_view withoutTransport(std::string_view text)
 {
     constexpr std::string_view prefix = "SMTP:";
@@ -42,6 +49,21 @@ bool isLocalUser(std::string_view address)
     });
 }
 
+// Where the "@" before the domain stands; one in quotes belongs to the name of a user.
+std::size_t domainSign(std::string_view address)
+{
+    bool quoted = false;
+    for (std::size_t i = 0; i < address.size(); ++i) {
+        if (address[i] == '\\' && quoted)
+            ++i;
+        else if (address[i] == '"')
+            quoted = !quoted;
+        else if (address[i] == '@' && !quoted)
+            return i;
+    }
+    return std::string_view::npos;
+}
+
 bool isSendable(std::string_view address)
 {
     if (address.empty() || address.front() == '-' || address.size() > longestAddress)
@@ -51,12 +73,30 @@ bool isSendable(std::string_view address)
     };
     if (std::any_of(address.begin(), address.end(), isBad))
         return false;
-    const std::size_t at = address.rfind('@');
+    const std::size_t at = domainSign(address);
     return at == std::string_view::npos ? isLocalUser(address) : isAscii(address.substr(at));
 }
 
-// Whether an encoded word (RFC 2047) stands for a zero byte, which the parser would leave out. In the wide
-// charsets each ASCII character has one.
+// The bytes of the smallest unit of a charset: in the wide ones each ASCII character has a zero byte.
+std::size_t unitSize(std::string_view charset)
+{
+    const std::string name = lowerCase(charset.substr(0, charset.find('*')));
+    if (name.substr(0, 6) == "utf-16")
+        return 2;
+    return name.substr(0, 6) == "utf-32" ? 4 : 1;
+}
+
+bool hasZeroUnit(std::string_view bytes, std::size_t unit)
+{
+    const std::string zero(unit, '\0');
+    for (std::size_t i = 0; i + unit <= bytes.size(); i += unit) {
+        if (bytes.substr(i, unit) == zero)
+            return true;
+    }
+    return false;
+}
+
+// Whether an encoded word (RFC 2047) stands for a zero character, at which the parser would stop.
 bool hidesZeroByte(std::string_view text)
 {
     while (true) {
@@ -70,17 +110,68 @@ bool hidesZeroByte(std::string_view text)
         std::string_view data = text.substr(encoding + 3);
         data = data.substr(0, data.find("?="));
         const char kind = text[encoding + 1];
-        const bool wide = text.substr(0, 4) == "UTF-" && text.substr(0, 5) != "UTF-8";
         if ((kind == 'Q' || kind == 'q') && data.find("=00") != std::string_view::npos)
             return true;
-        if ((kind == 'B' || kind == 'b') && !wide) {
+        if (kind == 'B' || kind == 'b') {
             gsize size = 0;
             const std::unique_ptr<guchar, decltype(&g_free)> decoded(
                 g_base64_decode(std::string(data).c_str(), &size), &g_free);
-            if (std::find(decoded.get(), decoded.get() + size, 0) != decoded.get() + size)
+            if (hasZeroUnit({reinterpret_cast<const char *>(decoded.get()), size},
+                            unitSize(text.substr(0, encoding))))
                 return true;
         }
     }
+}
+
+// Whether brackets, quotes and comments do not fit: something open at the end, a ">" without a "<", a "<"
+// behind an address, several addresses in a pair. None of it is an address, and GMime loses memory over it.
+bool hasStrayBracket(std::string_view text)
+{
+    bool quoted = false;
+    bool bracket = false;
+    bool address = false;
+    int comments = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '\\' && (quoted || comments > 0)) {
+            ++i;
+        } else if (comments > 0) {
+            comments += c == '(' ? 1 : c == ')' ? -1 : 0;
+        } else if (c == '"') {
+            quoted = !quoted;
+        } else if (!quoted) {
+            switch (c) {
+            case '(':
+                ++comments;
+                break;
+            case '[':
+                i = std::min(text.find(']', i), text.size());
+                break;
+            case '@':
+                address = address || !bracket;
+                break;
+            case '<':
+                if (bracket || address)
+                    return true;
+                bracket = true;
+                break;
+            case '>':
+                if (!bracket)
+                    return true;
+                bracket = false;
+                break;
+            case ',':
+            case ';':
+                if (bracket)
+                    return true;
+                address = false;
+                break;
+            default:
+                break;
+            }
+        }
+    }
+    return quoted || bracket || comments > 0;
 }
 
 // The bytes of a text that carry meaning, in an order of their own, so that two texts with differently
@@ -121,6 +212,8 @@ std::optional<NameAndAddress> splitBracketed(std::string_view text)
 // Through the grammar of RFC 5322, strictly.
 std::vector<Mailbox> parseByGrammar(std::string_view text)
 {
+    if (hasStrayBracket(text))
+        refuse(text);
     initialiseGMime();
     const std::unique_ptr<GMimeParserOptions, decltype(&g_mime_parser_options_free)> options(
         g_mime_parser_options_new(), &g_mime_parser_options_free);
@@ -149,7 +242,8 @@ std::vector<Mailbox> parseByGrammar(std::string_view text)
         // An encoded name may hide what could not be written openly.
         if (hasLineBreak(result.name))
             refuse(text);
-        if (!isSendable(result.address) || (count > 1 && result.address.find('@') == std::string::npos))
+        if (!isSendable(result.address)
+            || (count > 1 && domainSign(result.address) == std::string_view::npos))
             refuse(text);
         understood += result.name;
         understood

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <cstring>
 #include <optional>
 
 #include <unistd.h>
@@ -27,8 +28,10 @@ namespace
 constexpr const char *mailType = "message/rfc822";
 constexpr const char *mailScheme = "mailto";
 
-// The kernel's limit for one argument with its end: 32 pages of 4 KiB, whatever the page size is today.
-constexpr std::size_t longestArgument = 131072 - 1;
+// The kernel's limit for all arguments and the environment, where the stack allows so much, and what is left
+// for a script or a sandbox that starts the client in its turn.
+constexpr std::size_t mostForCommand = std::size_t(6) * 1024 * 1024;
+constexpr std::size_t leftForWrapper = 65536;
 
 constexpr std::chrono::seconds defaultWatchTime(2);
 constexpr long longestWatchTime = 600;
@@ -51,10 +54,24 @@ std::chrono::seconds watchTime()
     return valid ? std::chrono::seconds(seconds) : defaultWatchTime;
 }
 
-bool fits(const Arguments &arguments)
+std::size_t sizeInCommand(std::size_t length)
 {
-    return std::all_of(arguments.begin(), arguments.end(),
-                       [](const Argument &argument) { return argument.text.size() <= longestArgument; });
+    return length + 1 + sizeof(char *);
+}
+
+// Whether a command can be started with these arguments, none of which is longer than `longest`.
+bool fits(const Arguments &arguments, std::size_t longest)
+{
+    std::size_t size = leftForWrapper;
+    for (char **variable = environ; variable != nullptr && *variable != nullptr; ++variable)
+        size += sizeInCommand(std::strlen(*variable));
+    for (const Argument &argument : arguments) {
+        if (argument.text.size() > longest)
+            return false;
+        size += sizeInCommand(argument.text.size());
+    }
+    const long limit = ::sysconf(_SC_ARG_MAX);
+    return size <= (limit > 0 ? std::min(static_cast<std::size_t>(limit), mostForCommand) : mostForCommand);
 }
 
 void start(const Arguments &arguments)
@@ -99,6 +116,7 @@ public:
 
     bool run()
     {
+        removeStaleFiles();
         if (m_settings.route == Settings::Route::Outbox) {
             logLine("no client: the settings say so");
             return false;
@@ -134,10 +152,21 @@ public:
     }
 
 private:
+    // Those of earlier mails, also when this one needs none.
+    void removeStaleFiles() const
+    {
+        try {
+            StagedMail::removeStale(stagingDirectory());
+        } catch (const Failure &) {
+            // Without a home directory there are none.
+        }
+    }
+
     std::optional<DesktopApp> chosenApp() const
     {
         if (m_settings.client.empty())
             return defaultAppForScheme(mailScheme);
+        logLine("client of the settings: " + m_settings.client);
         const MailClient *row = clientByName(m_settings.client);
         std::optional<DesktopApp> app = row != nullptr ? installedApp(*row) : appByEntry(m_settings.client);
         if (!app)
@@ -161,28 +190,33 @@ private:
         if (!command) {
             logLine("client: " + app.id + ", not in the table");
             // An unknown client may drop what is no part of the standard for links, and nobody would know.
-            if (m_mail.attachments.empty() && linkFits())
+            if (m_mail.attachments.empty() && linkFits(app))
                 byLink(app);
             else
                 byDraft({}, m_mail.attachments.empty() ? MAPI_E_TEXT_TOO_LARGE : MAPI_E_NOT_SUPPORTED);
             return;
         }
-        logLine("client: " + std::string(command->client->name) + ", " + quotedList(command->words));
+        logLine("client: " + std::string(command->client->name) + " of " + (app.id.empty() ? "PATH" : app.id)
+                + ", " + quotedList(command->words));
         byTable(*command);
     }
 
     void byTable(const ClientCommand &command)
     {
         const MailClient &client = *command.client;
-        const bool needsDraft = (!m_mail.attachments.empty() && !client.attachments)
-            || (client.needsDraft != nullptr && client.needsDraft(m_mail));
-        if (!needsDraft) {
+        const bool hasFiles = !m_mail.attachments.empty() && !client.attachments;
+        const bool needsDraft = client.needsDraft != nullptr && client.needsDraft(m_mail);
+        if (hasFiles || needsDraft) {
+            logLine(std::string("a draft is needed for ")
+                        .append(hasFiles ? "the attachments" : "all of the mail"));
+        } else {
             const Arguments own = client.arguments(m_mail, clientFiles(command));
-            if (fits(own)) {
+            if (fits(own, client.longestArgument)) {
+                logLine("route: command line");
                 startWith(command, own);
                 return;
             }
-            logLine("the text is too long for an argument");
+            logLine("the mail is too long for the command line of " + std::string(client.name));
         }
         if (client.drafts)
             draftTo(command);
@@ -195,13 +229,17 @@ private:
     {
         if (!m_mail.attachments.empty())
             throw Failure(MAPI_E_NOT_SUPPORTED, "a mailto: link carries no attachments");
-        if (!linkFits())
+        if (!linkFits(app))
             throw Failure(MAPI_E_TEXT_TOO_LARGE, "the text is too long for a mailto: link");
-        logLine("route: mailto");
+        logLine("route: mailto, by " + app.id);
         open(app, mailtoLink(m_mail), {});
     }
 
-    [[nodiscard]] bool linkFits() const { return fits({mailtoLink(m_mail)}); }
+    [[nodiscard]] bool linkFits(const DesktopApp &app) const
+    {
+        const std::optional<ClientCommand> known = recogniseClient(app);
+        return fits({mailtoLink(m_mail)}, known ? known->client->longestArgument : longestKernelArgument);
+    }
 
     // A draft file to `preferred` if it opens drafts, otherwise to the application for mail files. If that
     // is a client with a way of its own that carries the mail, its window is filled instead. `none` is the
@@ -223,9 +261,11 @@ private:
         }
         if (known) {
             const Arguments own = known->client->arguments(m_mail, clientFiles(*known));
-            if (!fits(own))
+            if (!fits(own, known->client->longestArgument))
                 throw Failure(MAPI_E_TEXT_TOO_LARGE,
-                              "the text is too long for " + std::string(known->client->name));
+                              "the mail is too long for " + std::string(known->client->name));
+            logLine("route: command line of " + std::string(known->client->name)
+                    + ", which opens mail files");
             startWith(*known, own);
             return;
         }
@@ -252,7 +292,7 @@ private:
     void open(const DesktopApp &app, const Argument &uri, const std::string &path)
     {
         const std::optional<Arguments> line = commandFor(app, uri, path);
-        if (app.busActivatable && openOverBus(app, uri.text, !line)) {
+        if (app.busActivatable && openOverBus(app, uri, path, !line)) {
             keepFiles();
             return;
         }
@@ -263,10 +303,14 @@ private:
     }
 
     // False when nobody on the bus could be asked, unless that was the only way.
-    bool openOverBus(const DesktopApp &app, const std::string &uri, bool onlyWay)
+    bool openOverBus(const DesktopApp &app, const Argument &uri, const std::string &path, bool onlyWay)
     {
+        logLine("open by the bus: " + app.id + " " + quotedList({uri.shown}));
         try {
-            openByBus(bus(), app.id, uri);
+            // Its command would hand a file over through the same portal.
+            const bool exported = !path.empty() && !app.flatpak.empty();
+            openByBus(bus(), app.id,
+                      exported ? fileUri(exportDocuments(bus(), app.flatpak, {path}).front()) : uri.text);
             logLine("the client has taken it over by the bus");
             return true;
         } catch (const Failure &failure) {
@@ -277,12 +321,11 @@ private:
         }
     }
 
-    std::vector<std::string> stagedFiles()
+    const std::vector<std::string> &stagedFiles()
     {
-        std::vector<std::string> files;
-        for (const Attachment &attachment : m_mail.attachments)
-            files.push_back(staged().addFile(attachment));
-        return files;
+        while (m_files.size() < m_mail.attachments.size())
+            m_files.push_back(staged().addFile(m_mail.attachments[m_files.size()]));
+        return m_files;
     }
 
     std::vector<std::string> clientFiles(const ClientCommand &command)
@@ -297,10 +340,15 @@ private:
         return exportDocuments(bus(), command.flatpak, files);
     }
 
+    [[nodiscard]] std::string stagingDirectory() const
+    {
+        return m_settings.staging.empty() ? defaultStagingDirectory() : m_settings.staging;
+    }
+
     StagedMail &staged()
     {
         if (!m_staged)
-            m_staged.emplace(m_settings.staging.empty() ? defaultStagingDirectory() : m_settings.staging);
+            m_staged.emplace(stagingDirectory());
         return *m_staged;
     }
 
@@ -320,6 +368,7 @@ private:
     const Mail &m_mail;
     const Settings &m_settings;
     std::optional<StagedMail> m_staged;
+    std::vector<std::string> m_files;
     std::optional<SessionBus> m_bus;
 };
 

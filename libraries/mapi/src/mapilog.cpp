@@ -38,12 +38,15 @@ std::string harmless(std::string_view text)
 {
     constexpr std::string_view digits = "0123456789ABCDEF";
     std::string out;
+    unsigned char before = 0;
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F)
+        // The second half of a control character above ASCII, too.
+        if (byte < 0x20 || byte == 0x7F || (before == 0xC2 && byte >= 0x80 && byte <= 0x9F))
             out.append({'\\', 'x', digits[byte >> 4], digits[byte & 0xF]});
         else
             out.push_back(c);
+        before = byte;
     }
     return out;
 }

@@ -50,7 +50,7 @@ void makeDirectories(const std::string &directory)
 {
     for (std::size_t end = directory.find('/', 1);; end = directory.find('/', end + 1)) {
         const std::string part = directory.substr(0, end);
-        if (::mkdir(part.c_str(), privateDirectoryMode) != 0 && errno != EEXIST) {
+        if (!createPrivateDirectory(AT_FDCWD, part) && errno != EEXIST) {
             // On some file systems an existing directory may answer otherwise; opening it is the judge.
             const int error = errno;
             struct stat status {
@@ -75,12 +75,20 @@ bool isUniqueName(const std::string &name) noexcept
            });
 }
 
+bool createPrivateDirectory(int directory, const std::string &name) noexcept
+{
+    if (::mkdirat(directory, name.c_str(), privateDirectoryMode) != 0)
+        return false;
+    // The umask may have taken bits that the owner needs. Not every file system knows modes.
+    static_cast<void>(::fchmodat(directory, name.c_str(), privateDirectoryMode, 0));
+    return true;
+}
+
 FileDescriptor createPrivateFile(int directory, const std::string &name) noexcept
 {
     FileDescriptor file(::openat(directory, name.c_str(),
                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateFileMode));
-    // The umask may have taken bits that the owner needs. Not every file system knows modes.
-    if (file.isOpen())
+    if (file.isOpen()) // as above
         static_cast<void>(::fchmod(file.get(), privateFileMode));
     return file;
 }

@@ -25,6 +25,9 @@ inline constexpr mode_t privateFileMode = 0600;
 // stays as it is. Throws Failure as resultFromErrno says.
 void makeDirectories(const std::string &directory);
 
+// Creates a directory in an open one. False, and errno set, when that fails.
+[[nodiscard]] bool createPrivateDirectory(int directory, const std::string &name) noexcept;
+
 // Creates and opens for writing a file that did not exist, never through a link. Not open, and errno set,
 // when that fails.
 [[nodiscard]] FileDescriptor createPrivateFile(int directory, const std::string &name) noexcept;

@@ -6,9 +6,11 @@
 #include "resultcodes.h"
 #include "signals.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
+#include <string_view>
 
 #include <fcntl.h>
 
@@ -20,6 +22,19 @@ namespace
 
 constexpr std::chrono::seconds defaultTimeLimit = std::chrono::minutes(10);
 constexpr long longestTimeLimit = 24L * 60 * 60;
+
+// Up to its first empty line: behind that, some commands give the mail back.
+std::string complaint(const std::string &standardError)
+{
+    for (std::size_t start = 0; start < standardError.size();) {
+        const std::size_t end = std::min(standardError.find('\n', start), standardError.size());
+        const std::string_view line = std::string_view(standardError).substr(start, end - start);
+        if (line.find_first_not_of(" \t\r") == std::string_view::npos)
+            return standardError.substr(0, start);
+        start = end + 1;
+    }
+    return standardError;
+}
 
 FileDescriptor unnamedFile()
 {
@@ -82,18 +97,17 @@ void sendThroughSendmail(const Mail &mail, const std::string &program, std::chro
 
     // "-t": the recipients are those of the header. "-i": a line with a single dot is text.
     const ChildResult result = runChild({program, "-t", "-i"}, message.get(), timeLimit);
+    const std::string words = complaint(result.standardError);
     switch (result.end) {
     case ChildResult::End::Exited:
         if (const ULONG code = resultFromSendmailExit(result.status); code != SUCCESS_SUCCESS)
-            throw Failure(
-                code, program + " ended with " + std::to_string(result.status) + ": " + result.standardError);
+            throw Failure(code, program + " ended with " + std::to_string(result.status) + ": " + words);
         return;
     case ChildResult::End::TimedOut:
-        throw Failure(MAPI_E_NETWORK_FAILURE, program + " did not end in time: " + result.standardError);
+        throw Failure(MAPI_E_NETWORK_FAILURE, program + " did not end in time: " + words);
     case ChildResult::End::Signalled:
         throw Failure(MAPI_E_FAILURE,
-                      program + " died of signal " + std::to_string(result.status) + ": "
-                          + result.standardError);
+                      program + " died of signal " + std::to_string(result.status) + ": " + words);
     case ChildResult::End::Unknown:
         break;
     }

@@ -25,7 +25,8 @@ namespace mapi
 // The message is written whole into an unnamed file first, which becomes the standard input. So nothing is
 // sent when an attachment cannot be read or the disk is full, a command that does not read cannot block
 // us, and the command gets the whole mail even if this process is killed.
-// Standard output is dropped; the start of standard error becomes part of the failure's text.
+// Standard output is dropped; the start of standard error, up to an empty line, becomes part of the
+// failure's text.
 //
 // Throws Failure: MAPI_E_UNKNOWN_RECIPIENT without recipients, MAPI_E_NETWORK_FAILURE when the time is over
 // (the command and what it started are ended then), MAPI_E_FAILURE when it dies of a signal,

@@ -7,10 +7,6 @@
 #include <string>
 #include <vector>
 
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
-
 using namespace std::string_literals;
 using Mailboxes = std::vector<mapi::Mailbox>;
 
@@ -92,6 +88,10 @@ void TestMapiAddresses::accepted_data()
                                           << "{M\xC3\xBCller, Max|m@x}"s;
     QTest::newRow("colon without quotes") << "Fa.: X <m@x>"s
                                           << "{Fa.: X|m@x}"s;
+    QTest::newRow("brackets in quotes") << "\"a > b < c\" <m@x>"s
+                                        << "{a > b < c|m@x}"s;
+    QTest::newRow("bracket in a comment") << "m@x (a > b)"s
+                                          << "{a > b|m@x}"s;
     QTest::newRow("apostrophe") << "O'Neil <o'neil@x.org>"s
                                 << "{O'Neil|o'neil@x.org}"s;
     QTest::newRow("brackets only") << "<m@x>"s
@@ -114,6 +114,8 @@ void TestMapiAddresses::accepted_data()
                                             << "{|m\xC3\xA4x@example.org}"s;
     QTest::newRow("quoted local part") << "\"a b\"@x"s
                                        << "{|\"a b\"@x}"s;
+    QTest::newRow("at sign in a quoted local part") << "\"a@b\"@x"s
+                                                    << "{|\"a@b\"@x}"s;
     QTest::newRow("plus and equals") << "max+tag=1@example.org"s
                                      << "{|max+tag=1@example.org}"s;
     QTest::newRow("domain literal") << "a@[127.0.0.1]"s
@@ -163,6 +165,17 @@ void TestMapiAddresses::refused_data()
     QTest::newRow("rest behind the bracket") << "Max <a@x> junk"s;
     QTest::newRow("open bracket") << "Max <a@x"s;
     QTest::newRow("closing bracket") << "a@x>"s;
+    QTest::newRow("closing bracket behind quotes") << "\"a\"@x>"s;
+    QTest::newRow("closing bracket behind a comment") << "a@x (<)>"s;
+    QTest::newRow("closing bracket behind a quoted one") << "a@x \"<\">"s;
+    QTest::newRow("closing bracket in the second address") << "A <a@x>, b@y>"s;
+    QTest::newRow("closing bracket behind a literal") << "a@[127.0.0.1]>"s;
+    QTest::newRow("bracket behind an address") << "a@x <"s;
+    QTest::newRow("bracket behind an odd literal") << "a@[\"] <b@y>"s;
+    QTest::newRow("comma in brackets") << "A <a@x,b>"s;
+    QTest::newRow("open comment behind a literal") << "a@[127.0.0.1] (c"s;
+    QTest::newRow("two closing brackets") << "A <a@x>>"s;
+    QTest::newRow("open encoded word") << "=?UTF-8?Q?Max=0AX?=@ org>"s;
     QTest::newRow("open quote") << "\"Max <a@x>"s;
     QTest::newRow("open comment") << "a@x (c"s;
     QTest::newRow("empty brackets") << "Max <>"s;
@@ -179,6 +192,8 @@ void TestMapiAddresses::refused_data()
     QTest::newRow("line feed in the name") << "Max\nX: y <a@x>"s;
     QTest::newRow("line feed at the end") << "a@x\n"s;
     QTest::newRow("control character in the address") << "a\x01@x"s;
+    QTest::newRow("at sign in quotes only") << "\"a@x\""s;
+    QTest::newRow("at sign in quotes and no domain") << "\"a,b@\".org"s;
     QTest::newRow("two dots") << "a..b@x"s;
     QTest::newRow("longer than a line may be") << std::string(1000, 'a') + "@x";
     QTest::newRow("a million characters") << std::string(1000000, 'a') + "@x";
@@ -190,10 +205,6 @@ void TestMapiAddresses::refused_data()
 void TestMapiAddresses::refused()
 {
     QFETCH(std::string, text);
-#ifdef __SANITIZE_ADDRESS__
-    // GMime 3.2 loses some 200 bytes itself when an address is followed by a stray bracket.
-    const __lsan::ScopedDisabler foreignLeaks;
-#endif
     QCOMPARE(outcomeOf([&] { return mapi::parseAddresses(text); }), std::to_string(MAPI_E_INVALID_RECIPS));
 }
 

@@ -1,20 +1,26 @@
 #include "childprocess.h"
 #include "compose/desktopapp.h"
+#include "compose/sandbox.h"
 #include "compose/settings.h"
 #include "compose/staging.h"
 #include "composequestions.h"
 #include "forkedcall.h"
+#include "privatebus.h"
 #include "privatefiles.h"
+#include "signals.h"
 
 #include <ostrelletest/filecontent.h>
 #include <ostrelletest/scopedenvironment.h>
+#include <ostrelletest/smallvolume.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -35,6 +41,7 @@ private Q_SLOTS:
     void kmailArguments();
     void arguments_data();
     void arguments();
+    void longestLine();
     void receivingRulesSeeAnInjection();
     void knownInputs_data();
     void knownInputs();
@@ -49,11 +56,18 @@ private Q_SLOTS:
     void commandLines();
     void portal_data();
     void portal();
+    void ownSandbox_data();
+    void ownSandbox();
+    void portalGivesNoResponse();
     void settings_data();
     void settings();
     void settingsOfUserAndSystem();
     void stagedFiles();
+    void stagedFilesOfAStrictUmask();
     void stagedFilesAreRemoved();
+    void fullDisk_data();
+    void fullDisk();
+    void fileSizeLimit();
     void stagedNames_data();
     void stagedNames();
     void staleFiles();
@@ -251,6 +265,16 @@ void TestMapiCompose::arguments_data()
                                        << QByteArray("\"a,b\"@example.org") << QByteArray("/x");
     QTest::newRow("long") << QByteArray(5000, 'x') << QByteArray(100000, 'y') + '\n'
                           << QByteArray(300, 'z') << usual << QByteArray("/" + QByteArray(200, 'w'));
+    // Around the longest line that a running client reads.
+    for (const int length : {7400, 7700, 7900, 8000, 8100, 8200})
+        QTest::addRow("text of %d", length) << QByteArray("x") << QByteArray(length, 'y') + '\n'
+                                            << QByteArray() << usual << QByteArray("/x");
+    QTest::newRow("markup") << QByteArray("<b>x</b>") << QByteArray("<html><b>x</b>&nbsp;</html>\n")
+                            << QByteArray("<b>x</b>") << usual << QByteArray("/<b>.html");
+    QTest::newRow("encoded words") << QByteArray("=?UTF-8?Q?x=0ABcc:_e?=") << QByteArray("=?UTF-8?Q?x?=\n")
+                                   << QByteArray("=?UTF-8?B?eA==?=") << usual << QByteArray("/=?UTF-8?Q?x?=");
+    QTest::newRow("shell") << QByteArray("$(touch x) `x` ; | > <") << QByteArray("$(touch x) `x` ; | > <\n")
+                           << QByteArray("$(touch x) `x`") << usual << QByteArray("/$(touch x) `x` ; |");
 }
 
 void TestMapiCompose::arguments()
@@ -271,6 +295,22 @@ void TestMapiCompose::arguments()
     QVERIFY2(fault.empty(), fault.c_str());
 }
 
+void TestMapiCompose::longestLine()
+{
+    // What the table lets through is read whole, to the last byte.
+    for (const char *name : {"claws-mail", "sylpheed"}) {
+        const mapi::MailClient &client = *mapi::clientByName(name);
+        mapi::Mail mail = plainMail();
+        mail.noteText = "y";
+        const std::size_t frame = client.arguments(mail, {})[1].text.size() - 1;
+        QVERIFY(frame < client.longestArgument);
+        mail.noteText.assign(client.longestArgument - frame, 'y');
+        QCOMPARE(client.arguments(mail, {})[1].text.size(), client.longestArgument);
+        const std::string fault = questions::judgeClient(client, mail, {"/x"});
+        QVERIFY2(fault.empty(), fault.c_str());
+    }
+}
+
 void TestMapiCompose::receivingRulesSeeAnInjection()
 {
     // The judges would notice: each of these is what a careless builder writes.
@@ -288,6 +328,25 @@ void TestMapiCompose::receivingRulesSeeAnInjection()
     QVERIFY(trap);
     QCOMPARE(receiving::valuesOf(*trap, "attach").size(), std::size_t(2));
     QVERIFY(!receiving::readComposeOption({"--compose", "mailto:", "--attach", "/a\n/b"}));
+    const std::string longLink = "mailto:a@x?body=" + std::string(8190 - 15 - 16, 'y');
+    QVERIFY(receiving::readComposeOption({"--compose", longLink.substr(0, longLink.size() - 1)}));
+    QVERIFY(receiving::readComposeOption({"--compose", longLink}));
+    QVERIFY(!receiving::readComposeOption({"--compose", longLink + "y"}));
+    QCOMPARE(receiving::valueOf(receiving::readMozilla("subject=%FF"), "subject"), "%FF"s);
+    QCOMPARE(receiving::wordsDecoded("=?utf-8?q?a=0Ab_c?= =?UTF-8?B?eA==?= y"), "a\nb cx y"s);
+    QVERIFY(receiving::wordsDecoded("=?ISO-8859-1?Q?x?=") != "x"s);
+    QVERIFY(!receiving::parameterOf("attachment; filename=\"a\"; filename=\"b\"", "filename"));
+    QCOMPARE(receiving::parameterOf("attachment; filename*0*=UTF-8''a%20; filename*1*=b", "filename").value(),
+             "a b"s);
+    QVERIFY(!receiving::transferDecoded("a=zz", "quoted-printable"));
+    QVERIFY(!receiving::transferDecoded("\xFC", "7bit"));
+    QVERIFY(!receiving::portalTakesAddress("Max <a@x.org>"));
+    QVERIFY(!receiving::portalTakesSubject("a\nb"));
+    // The text must not be shown, in whatever encoding.
+    mapi::Mail secret = plainMail();
+    QVERIFY(questions::showsText(secret, [](const mapi::Mail &mail) {
+        return mapi::Arguments{mapi::Argument(mapi::percentEncoded(mail.noteText))};
+    }));
     const auto header = receiving::readHeader("Subject: x\r\nBcc: e@evil\r\n\r\n");
     QVERIFY(header);
     QCOMPARE(receiving::valueOf(*header, "bcc"), "e@evil"s);
@@ -348,6 +407,12 @@ void TestMapiCompose::lineBreaks_data()
     hidden("CR in an encoded name", "=?UTF-8?Q?Max=0DX?= <max@example.org>");
     hidden("NUL in an encoded name", "=?UTF-8?Q?Max=00X?= <max@example.org>");
     hidden("NUL in base64", "=?ISO-8859-1?B?TQBheA==?= <max@example.org>");
+    hidden("NUL in UTF-16", "=?UTF-16BE?B?AE0AAABh?= <max@example.org>");
+    hidden("NUL in UTF-16 in a comment", "max@example.org (=?utf-16be?B?AE0AAABh?=)");
+    hidden("NUL in UTF-32", "=?UTF-32BE?B?AAAATQAAAAAAAABh?= <max@example.org>");
+    hidden("NUL in base64 in a comment", "max@example.org (=?UTF-8?B?TQBheA==?=)");
+    hidden("LF in UTF-16", "=?UTF-16BE?B?AE0ACgBh?= <max@example.org>");
+    hidden("CR in a comment", "max@example.org (=?UTF-8?Q?M=0Da?=)");
     hidden("LF in base64", "=?UTF-8?B?TWF4CkJjYzogZQ==?= <max@example.org>");
     // A text that only looks encoded is no header yet and stays as it is.
     QTest::newRow("subject that looks encoded")
@@ -601,6 +666,81 @@ void TestMapiCompose::portal()
     QCOMPARE(codeOf([&] { static_cast<void>(mapi::portalMail(mail, 2)); }), MAPI_E_TOO_MANY_RECIPIENTS);
 }
 
+void TestMapiCompose::ownSandbox_data()
+{
+    QTest::addColumn<bool>("flatpak");
+    QTest::addColumn<bool>("variable");
+    QTest::addColumn<QByteArray>("description"); // of the Snap package; null for none
+    QTest::addColumn<int>("sandbox");
+    QTest::addColumn<QString>("staging");
+    using mapi::Sandbox;
+    const auto row = [](const char *name, bool flatpak, bool variable, const QByteArray &description,
+                        Sandbox sandbox, const QString &staging) {
+        QTest::newRow(name) << flatpak << variable << description << int(sandbox) << staging;
+    };
+    const QString home = u"home/ostrelle-mail"_s;
+    const QString common = u"common/ostrelle-mail"_s;
+    row("none", false, false, {}, Sandbox::None, home);
+    row("Flatpak", true, false, {}, Sandbox::Flatpak, home);
+    row("Flatpak within what a Snap package started", true, true, "name: x\n", Sandbox::Flatpak, common);
+    row("Snap", false, true, "name: x\n", Sandbox::Snap, common);
+    row("Snap, strict", false, true, "name: x\nconfinement: strict\nbase: core22\n", Sandbox::Snap, common);
+    row("Snap, in development", false, true, "confinement: devmode\n", Sandbox::Snap, common);
+    row("Snap, classic", false, true, "name: x\nconfinement: classic\n", Sandbox::None, home);
+    row("Snap, classic, blanks", false, true, "confinement:   classic \n", Sandbox::None, home);
+    row("Snap, another word", false, true, "confinement: classical\n", Sandbox::Snap, common);
+    row("Snap, of a part", false, true, "parts:\n  confinement: classic\n", Sandbox::Snap, common);
+    row("variable alone", false, true, {}, Sandbox::None, home);
+    row("description alone", false, false, "name: x\n", Sandbox::None, home);
+}
+
+void TestMapiCompose::ownSandbox()
+{
+    QFETCH(bool, flatpak);
+    QFETCH(bool, variable);
+    QFETCH(QByteArray, description);
+    QFETCH(int, sandbox);
+    QFETCH(QString, staging);
+    QVERIFY(QDir().mkpath(path(u"root"_s)));
+    QVERIFY(QDir().mkpath(path(u"snap/meta"_s)));
+    if (flatpak)
+        write(u"root/.flatpak-info"_s, "[Application]\n");
+    if (!description.isNull())
+        write(u"snap/meta/snap.yaml"_s, description);
+    const ScopedEnvironment snap("SNAP", variable ? QFile::encodeName(path(u"snap"_s)) : QByteArray());
+    const ScopedEnvironment common("SNAP_USER_COMMON", QFile::encodeName(path(u"common"_s)));
+    const ScopedEnvironment home("HOME", QFile::encodeName(path(u"home"_s)));
+    QCOMPARE(int(mapi::ownSandbox(native(u"root"_s))), sandbox);
+    // The root of this machine has no such file.
+    QCOMPARE(mapi::defaultStagingDirectory(), native(staging));
+}
+
+void TestMapiCompose::portalGivesNoResponse()
+{
+    // Nobody answers: the call ends all the same, and the portal is not asked a second time.
+    PrivateBus privateBus(m_dir->path());
+    QVERIFY(privateBus.start(u"silent"_s, 4));
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", privateBus.address().toUtf8());
+    mapi::Mail mail;
+    mail.to = {{"", "a@example.org"}};
+    mail.noteText = "x\n";
+    std::string reason;
+    ULONG code = SUCCESS_SUCCESS;
+    QElapsedTimer timer;
+    timer.start();
+    try {
+        const mapi::SessionBus bus;
+        mapi::composeByPortal(bus, mail, {}, 700ms);
+    } catch (const mapi::Failure &failure) {
+        code = failure.code();
+        reason = failure.what();
+    }
+    QCOMPARE(code, MAPI_E_FAILURE);
+    QCOMPARE(reason, "the portal gave no response in time"s);
+    QVERIFY(timer.elapsed() >= 700);
+    QCOMPARE(readFile(privateBus.record()).count("ComposeEmail"), 1);
+}
+
 void TestMapiCompose::settings_data()
 {
     QTest::addColumn<QByteArray>("content");
@@ -718,6 +858,103 @@ void TestMapiCompose::stagedFiles()
     QVERIFY(mapi::isUniqueName(mails.first().toStdString()));
 }
 
+void TestMapiCompose::stagedFilesOfAStrictUmask()
+{
+    const std::string source = QFile::encodeName(write(u"source"_s, "x")).toStdString();
+    ::chmod(QFile::encodeName(m_dir->path()).constData(), 0777);
+    for (const std::string &file : {source, native(u"."_s)})
+        ::chmod(file.c_str(), 0777);
+    for (const mode_t mask : {0U, 0277U, 0777U}) {
+        const QString base = u"staging%1/below"_s.arg(mask);
+        ForkedCall ordinary([&] {
+            ::umask(mask);
+            if (!becomeNobody())
+                return 200U;
+            return unsigned(codeOf([&] {
+                mapi::StagedMail staged(native(base));
+                static_cast<void>(staged.addFile({source, "a"}));
+                static_cast<void>(staged.addDraft(plainMail()));
+                staged.keep();
+            }));
+        });
+        QCOMPARE(ordinary.wait(), int(SUCCESS_SUCCESS));
+        const QStringList mails = entries(base);
+        QCOMPARE(mails.size(), 1);
+        for (const QString &directory : {base, base + u'/' + mails[0], base + u'/' + mails[0] + u"/1"_s})
+            QCOMPARE(modeOf(native(directory)), mode_t(0700));
+        for (const auto &file : {u"/1/a"_s, u"/mail.eml"_s})
+            QCOMPARE(modeOf(native(base + u'/' + mails[0] + file)), mode_t(0600));
+    }
+}
+
+void TestMapiCompose::fullDisk_data()
+{
+    QTest::addColumn<int>("content"); // of the attachment
+    QTest::addColumn<bool>("asDraft");
+    QTest::addColumn<bool>("fits");
+    QTest::newRow("a small file") << 1000 << false << true;
+    QTest::newRow("a small draft") << 1000 << true << true;
+    QTest::newRow("a large file") << 600000 << false << false;
+    QTest::newRow("a large draft") << 600000 << true << false;
+    // A buffer is full only when it is flushed at the end.
+    QTest::newRow("a draft that is larger by its encoding") << 200000 << true << false;
+}
+
+void TestMapiCompose::fullDisk()
+{
+    QFETCH(int, content);
+    QFETCH(bool, asDraft);
+    QFETCH(bool, fits);
+    const std::string source = QFile::encodeName(write(u"source"_s, QByteArray(content, 'x'))).toStdString();
+    QVERIFY(QDir().mkpath(path(u"disk"_s)));
+    const SmallVolume disk(path(u"disk"_s), 262144);
+    if (!disk.isMounted())
+        QSKIP("a small file system of its own needs the right to mount");
+    {
+        mapi::StagedMail staged(native(u"disk/staging"_s));
+        mapi::Mail mail = plainMail();
+        mail.attachments = {{source, "a"}};
+        QCOMPARE(codeOf([&] {
+                     static_cast<void>(asDraft ? staged.addDraft(mail) : staged.addFile(mail.attachments[0]));
+                 }),
+                 fits ? SUCCESS_SUCCESS : MAPI_E_DISK_FULL);
+        QCOMPARE(entries(u"disk/staging"_s).size(), 1);
+    }
+    QCOMPARE(entries(u"disk/staging"_s), QStringList());
+
+    // Not even room for a directory.
+    const int full = ::open(native(u"disk/full"_s).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const QByteArray page(4096, 'x');
+    while (::write(full, page.constData(), 4096) == 4096) { }
+    ::close(full);
+    QCOMPARE(codeOf([&] {
+                 mapi::StagedMail staged(native(u"disk/staging"_s));
+                 static_cast<void>(staged.addFile({source, "a"}));
+             }),
+             MAPI_E_DISK_FULL);
+    QCOMPARE(entries(u"disk/staging"_s), QStringList());
+}
+
+void TestMapiCompose::fileSizeLimit()
+{
+    const std::string source = QFile::encodeName(write(u"source"_s, QByteArray(300000, 'x'))).toStdString();
+    for (const bool asDraft : {false, true}) {
+        ForkedCall limited([&] {
+            mapi::Mail mail = plainMail();
+            mail.attachments = {{source, "a"}};
+            const rlimit limit{100000, 100000};
+            setrlimit(RLIMIT_FSIZE, &limit);
+            const mapi::ScopedNoFileSizeSignal noSignal;
+            return unsigned(codeOf([&] {
+                mapi::StagedMail staged(native(u"staging"_s));
+                static_cast<void>(asDraft ? staged.addDraft(mail) : staged.addFile(mail.attachments[0]));
+            }));
+        });
+        QCOMPARE(limited.wait(), int(MAPI_E_DISK_FULL));
+        QCOMPARE(entries(u"staging"_s), QStringList());
+    }
+}
+
 void TestMapiCompose::stagedFilesAreRemoved()
 {
     const std::string source = QFile::encodeName(write(u"source"_s, "x")).toStdString();
@@ -777,13 +1014,15 @@ void TestMapiCompose::staleFiles()
         if (!mails.contains(name))
             makeOld(name, 24h * 100);
     }
-    mapi::StagedMail another(native(u"staging"_s));
+    mapi::StagedMail::removeStale(native(u"staging"_s));
+    mapi::StagedMail::removeStale(native(u"none"_s)); // is not made for that
+    QVERIFY(!QFile::exists(path(u"none"_s)));
     const QStringList left = entries(u"staging"_s);
     QVERIFY(!left.contains(mails.at(0)));
     QVERIFY(left.contains(mails.at(1)));
     QVERIFY(left.contains(mails.at(2)));
     // What this library did not put there stays.
-    QCOMPARE(left.size(), 6);
+    QCOMPARE(left.size(), 5);
     QVERIFY(QDir(path(u"elsewhere/x"_s)).exists());
 }
 

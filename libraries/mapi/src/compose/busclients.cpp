@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <span>
 
 #include <fcntl.h>
 
@@ -25,6 +26,9 @@ constexpr guint32 reuseExisting = 1;
 constexpr guint32 persistent = 2;
 constexpr guint32 asNeededByApp = 4;
 
+// Descriptors with a message: what a bus allows where it is not told otherwise.
+constexpr std::size_t filesPerCall = 16;
+
 // A client that has to be started first opens its folders before it answers.
 constexpr std::chrono::minutes openTimeLimit(5);
 
@@ -38,14 +42,10 @@ std::string mountPoint(const SessionBus &bus)
     return g_variant_get_bytestring(bytes.get());
 }
 
-}
-
-std::vector<std::string> exportDocuments(const SessionBus &bus, const std::string &package,
-                                         const std::vector<std::string> &paths)
+// Appends where the package finds the files.
+void addDocuments(const SessionBus &bus, const std::string &package, const std::string &mount,
+                  std::span<const std::string> paths, std::vector<std::string> &exported)
 {
-    if (paths.empty())
-        return {};
-    const std::string mount = mountPoint(bus);
     const GObjectPtr<GUnixFDList> files(g_unix_fd_list_new());
     GVariantBuilder handles;
     g_variant_builder_init(&handles, G_VARIANT_TYPE("ah"));
@@ -64,14 +64,13 @@ std::vector<std::string> exportDocuments(const SessionBus &bus, const std::strin
         = bus.call(documentsName, documentsPath, documentsName, "AddFull",
                    g_variant_new("(ahus^as)", &handles, reuseExisting | persistent | asNeededByApp,
                                  package.c_str(), permissions),
-                   files.get());
+                   {.files = files.get()});
     if (g_variant_is_of_type(answer.get(), G_VARIANT_TYPE("(asa{sv})")) == FALSE)
         throw Failure(MAPI_E_FAILURE, "the document portal gives an answer of another form");
     const GVariantPtr ids(g_variant_get_child_value(answer.get(), 0));
     if (g_variant_n_children(ids.get()) != paths.size())
         throw Failure(MAPI_E_FAILURE, "the document portal did not take all files");
 
-    std::vector<std::string> exported;
     for (std::size_t i = 0; i < paths.size(); ++i) {
         const GVariantPtr child(g_variant_get_child_value(ids.get(), i));
         const std::string id = g_variant_get_string(child.get(), nullptr);
@@ -80,6 +79,21 @@ std::vector<std::string> exportDocuments(const SessionBus &bus, const std::strin
             exported.push_back(path);
         else
             exported.push_back(std::string(mount).append("/").append(id).append(path, path.rfind('/')));
+    }
+}
+
+}
+
+std::vector<std::string> exportDocuments(const SessionBus &bus, const std::string &package,
+                                         const std::vector<std::string> &paths)
+{
+    if (paths.empty())
+        return {};
+    const std::string mount = mountPoint(bus);
+    std::vector<std::string> exported;
+    for (std::size_t i = 0; i < paths.size(); i += filesPerCall) {
+        const std::size_t end = std::min(i + filesPerCall, paths.size());
+        addDocuments(bus, package, mount, {&paths[i], end - i}, exported);
     }
     return exported;
 }
@@ -97,7 +111,7 @@ void openByBus(const SessionBus &bus, const std::string &entry, const std::strin
     const char *const uris[] = {uri.c_str(), nullptr};
     bus.call(name.c_str(), path.c_str(), "org.freedesktop.Application", "Open",
              g_variant_new("(^as@a{sv})", uris, g_variant_new_array(G_VARIANT_TYPE("{sv}"), nullptr, 0)),
-             nullptr, openTimeLimit);
+             {.timeLimit = openTimeLimit, .quotesArguments = true});
 }
 
 }

@@ -70,6 +70,10 @@ Arguments kmailArguments(const Mail &mail, const std::vector<std::string> &files
     return arguments;
 }
 
+// Claws Mail and Sylpheed, when they run already, are told by a line that they read into a buffer of 8192
+// bytes; the rest of a longer one would be lost without a word.
+constexpr std::size_t longestRemoteLine = 8000;
+
 constexpr std::array clientTable{
     MailClient{.name = "thunderbird",
                .programs = {"thunderbird", "thunderbird-esr", "thunderbird-bin", "mozilla-thunderbird"},
@@ -79,6 +83,7 @@ constexpr std::array clientTable{
                   "thunderbird_thunderbird"},
                .keptOptions = {"-P", "--P", "-profile", "--profile"},
                .arguments = mozillaArguments,
+               .longestArgument = longestKernelArgument,
                .attachments = false,
                .drafts = true,
                .needsDraft = mozillaNeedsDraft},
@@ -87,6 +92,7 @@ constexpr std::array clientTable{
                .entries = {"betterbird", "eu.betterbird.Betterbird", "betterbird_betterbird"},
                .keptOptions = {"-P", "--P", "-profile", "--profile"},
                .arguments = mozillaArguments,
+               .longestArgument = longestKernelArgument,
                .attachments = false,
                .drafts = true,
                .needsDraft = mozillaNeedsDraft},
@@ -95,6 +101,7 @@ constexpr std::array clientTable{
                .entries = {"org.gnome.Evolution", "evolution"},
                .keptOptions = {},
                .arguments = linkWithFiles,
+               .longestArgument = longestKernelArgument,
                .attachments = true,
                .drafts = false,
                .needsDraft = nullptr},
@@ -103,6 +110,7 @@ constexpr std::array clientTable{
                .entries = {"org.kde.kmail2", "org.kde.kmail", "kmail", "KMail2"},
                .keptOptions = {},
                .arguments = kmailArguments,
+               .longestArgument = longestKernelArgument,
                .attachments = true,
                .drafts = false,
                .needsDraft = nullptr},
@@ -111,6 +119,7 @@ constexpr std::array clientTable{
                .entries = {"org.gnome.Geary", "geary"},
                .keptOptions = {},
                .arguments = linkWithFiles,
+               .longestArgument = longestKernelArgument,
                .attachments = true,
                .drafts = false,
                .needsDraft = nullptr},
@@ -119,6 +128,7 @@ constexpr std::array clientTable{
                .entries = {"claws-mail", "org.claws_mail.Claws-Mail"},
                .keptOptions = {},
                .arguments = composeOption,
+               .longestArgument = longestRemoteLine,
                .attachments = true,
                .drafts = false,
                .needsDraft = nullptr},
@@ -127,6 +137,7 @@ constexpr std::array clientTable{
                .entries = {"sylpheed"},
                .keptOptions = {},
                .arguments = composeOption,
+               .longestArgument = longestRemoteLine,
                .attachments = true,
                .drafts = false,
                .needsDraft = nullptr},
@@ -135,6 +146,7 @@ constexpr std::array clientTable{
                .entries = {"balsa", "balsa-mailto-handler", "org.desktop.Balsa"},
                .keptOptions = {},
                .arguments = balsaArguments,
+               .longestArgument = longestKernelArgument,
                .attachments = true,
                .drafts = false,
                .needsDraft = nullptr},

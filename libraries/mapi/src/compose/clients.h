@@ -4,10 +4,14 @@
 #include "mail.h"
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 namespace mapi
 {
+
+// The kernel's limit for one argument with its end: 32 pages of 4 KiB, whatever the page size is today.
+inline constexpr std::size_t longestKernelArgument = 131072 - 1;
 
 // A mail client whose own way of opening a filled compose window is known. Adding one is one row of the
 // table in clients.cpp.
@@ -25,6 +29,8 @@ struct MailClient {
     // The arguments that open the window, behind the program. `files` are the absolute paths of the
     // attachments, in their order, under the names that the receiver is to see.
     Arguments (*arguments)(const Mail &mail, const std::vector<std::string> &files);
+    // The longest argument that arrives whole, in bytes.
+    std::size_t longestArgument;
     // Whether those arguments carry attachments; otherwise a mail with any goes as a draft.
     bool attachments;
     // Opens an .eml file with "X-Unsent: 1" in a compose window, with everything that is in it: attachments,

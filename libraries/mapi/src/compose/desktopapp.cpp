@@ -35,6 +35,9 @@ std::optional<DesktopApp> describe(GAppInfo *info)
         app.file = textOf(g_desktop_app_info_get_filename(entry));
         app.busActivatable = g_desktop_app_info_get_boolean(entry, "DBusActivatable") != FALSE;
         app.terminal = g_desktop_app_info_get_boolean(entry, "Terminal") != FALSE;
+        const std::unique_ptr<char, decltype(&g_free)> package(
+            g_desktop_app_info_get_string(entry, "X-Flatpak"), &g_free);
+        app.flatpak = textOf(package.get());
     }
     const char *line = g_app_info_get_commandline(info);
     int count = 0;

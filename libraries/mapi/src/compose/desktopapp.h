@@ -19,6 +19,7 @@ struct DesktopApp {
     std::vector<std::string> command; // the words of Exec, with field codes ("%u"); may be empty
     std::vector<std::string> types; // the MIME types it says it opens
     bool busActivatable = false; // asks to be started by the session bus
+    std::string flatpak; // the package that it belongs to, when that is one of Flatpak
     bool terminal = false; // runs in a terminal
 };
 

@@ -27,6 +27,8 @@ constexpr const char *emailInterface = "org.freedesktop.portal.Email";
 constexpr const char *requestInterface = "org.freedesktop.portal.Request";
 
 constexpr unsigned versionWithActivation = 4;
+// What a bus allows with a message where it is not told otherwise.
+constexpr int alwaysAllowedFiles = 16;
 
 bool isLetterOrDigit(char c)
 {
@@ -82,27 +84,6 @@ GVariant *textList(const std::vector<std::string> &texts)
         g_variant_builder_add(&builder, "s", text.c_str());
     return g_variant_builder_end(&builder);
 }
-
-// Signals are delivered where they were asked for; this keeps the caller's own main loop out of it.
-class OwnMainContext
-{
-public:
-    OwnMainContext() : m_context(g_main_context_new()) { g_main_context_push_thread_default(m_context); }
-    ~OwnMainContext()
-    {
-        // What is still on its way belongs to subscriptions that have ended.
-        while (g_main_context_iteration(m_context, FALSE) != FALSE) { }
-        g_main_context_pop_thread_default(m_context);
-        g_main_context_unref(m_context);
-    }
-    OwnMainContext(const OwnMainContext &) = delete;
-    OwnMainContext &operator=(const OwnMainContext &) = delete;
-
-    [[nodiscard]] GMainContext *get() const { return m_context; }
-
-private:
-    GMainContext *m_context;
-};
 
 // Waits for the one Response of a request.
 class ResponseWait
@@ -200,6 +181,20 @@ GObjectPtr<GUnixFDList> openFiles(const std::vector<std::string> &paths)
     return files;
 }
 
+// A bus that allows fewer descriptors with a message ends the connection of whoever sends more.
+GVariantPtr callWithFiles(const SessionBus &bus, GVariant *options, GUnixFDList *files)
+{
+    try {
+        return bus.call(portalName, portalPath, emailInterface, "ComposeEmail",
+                        g_variant_new("(s@a{sv})", "", options), {.files = files, .quotesArguments = true});
+    } catch (const Failure &failure) {
+        if (g_unix_fd_list_get_length(files) > alwaysAllowedFiles
+            && g_dbus_connection_is_closed(bus.get()) != FALSE)
+            throw Failure(MAPI_E_TOO_MANY_FILES, failure.what());
+        throw;
+    }
+}
+
 }
 
 PortalMail portalMail(const Mail &mail, unsigned version)
@@ -207,6 +202,9 @@ PortalMail portalMail(const Mail &mail, unsigned version)
     if (version < portalWithLists && (mail.to.size() > 1 || !mail.cc.empty() || !mail.bcc.empty()))
         throw Failure(MAPI_E_TOO_MANY_RECIPIENTS,
                       "the portal of version " + std::to_string(version) + " takes one recipient only");
+    if (mail.attachments.size() > portalFiles)
+        throw Failure(MAPI_E_TOO_MANY_FILES,
+                      "the portal takes no " + std::to_string(mail.attachments.size()) + " attachments");
     if (g_utf8_strlen(mail.subject.c_str(), -1) > static_cast<glong>(portalSubjectLength))
         throw Failure(MAPI_E_TEXT_TOO_LARGE, "the subject is too long for the portal");
     return {addressesOf(mail.to), addressesOf(mail.cc), addressesOf(mail.bcc), mail.subject, mail.noteText};
@@ -265,18 +263,14 @@ void composeByPortal(const SessionBus &bus, const Mail &mail, const std::vector<
             + quotedList(arguments.cc) + ", bcc " + quotedList(arguments.bcc) + ", files "
             + quotedList(files));
 
-    const OwnMainContext context;
     const std::string token = newToken();
     const std::string expected = requestPath(bus.get(), token);
     ResponseWait response(bus.get());
     // Before the call: the response may be faster than the answer.
     response.listenTo(expected);
     const GObjectPtr<GUnixFDList> descriptors = openFiles(files);
-    const GVariantPtr answer
-        = bus.call(portalName, portalPath, emailInterface, "ComposeEmail",
-                   g_variant_new("(s@a{sv})", "",
-                                 portalOptions(arguments, version, token, static_cast<int>(files.size()))),
-                   descriptors.get());
+    const GVariantPtr answer = callWithFiles(
+        bus, portalOptions(arguments, version, token, static_cast<int>(files.size())), descriptors.get());
     // Old portals choose the path themselves.
     const char *handle = nullptr;
     if (g_variant_is_of_type(answer.get(), G_VARIANT_TYPE("(o)")) != FALSE)
@@ -285,7 +279,7 @@ void composeByPortal(const SessionBus &bus, const Mail &mail, const std::vector<
         response.listenTo(handle);
 
     constexpr guint32 cancelled = 1;
-    const guint32 result = response.wait(context.get(), timeLimit);
+    const guint32 result = response.wait(bus.context(), timeLimit);
     logLine("portal: response " + std::to_string(result));
     if (result == cancelled)
         throw Failure(MAPI_USER_ABORT, "cancelled in the portal");

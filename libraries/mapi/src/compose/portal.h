@@ -23,10 +23,13 @@ struct PortalMail {
 inline constexpr unsigned portalWithLists = 3;
 // Of a subject, in characters: the portal refuses longer ones.
 inline constexpr std::size_t portalSubjectLength = 200;
+// Of attachments: the kernel passes at most 253 descriptors with a message.
+inline constexpr std::size_t portalFiles = 250;
 
 // What the portal of that version is given. It takes bare addresses in ASCII with a domain. Throws Failure
 // for a mail that it would refuse or deliver in part: MAPI_E_INVALID_RECIPS for other addresses,
-// MAPI_E_TOO_MANY_RECIPIENTS where it takes only one, MAPI_E_TEXT_TOO_LARGE for a long subject.
+// MAPI_E_TOO_MANY_RECIPIENTS where it takes only one, MAPI_E_TOO_MANY_FILES beyond portalFiles,
+// MAPI_E_TEXT_TOO_LARGE for a long subject.
 [[nodiscard]] PortalMail portalMail(const Mail &mail, unsigned version);
 // The same as the a{sv} of the call, a floating reference. `fileCount` descriptors follow with the call.
 [[nodiscard]] GVariant *portalOptions(const PortalMail &mail, unsigned version, const std::string &token,
@@ -39,7 +42,8 @@ inline constexpr std::size_t portalSubjectLength = 200;
 inline constexpr std::chrono::minutes portalTimeLimit(30);
 
 // Has the portal open a compose window and waits for its response. `files` are absolute paths, kept open
-// until then. Throws Failure: MAPI_USER_ABORT when the user cancelled, MAPI_E_FAILURE when the portal could
+// until then. Throws Failure: MAPI_USER_ABORT when the user cancelled, MAPI_E_TOO_MANY_FILES
+// when the bus passes no message with so many, MAPI_E_FAILURE when the portal could
 // not, went away, or gave no response within `timeLimit`; busFailure; what portalMail throws; systemFailure
 // for a file.
 void composeByPortal(const SessionBus &bus, const Mail &mail, const std::vector<std::string> &files,

@@ -17,6 +17,13 @@ bool isOneOf(const GError &error, std::initializer_list<GDBusError> codes)
     return false;
 }
 
+// By which the other side calls the error; empty for an error of this side.
+std::string remoteName(const GError &error)
+{
+    const std::unique_ptr<char, decltype(&g_free)> remote(g_dbus_error_get_remote_error(&error), &g_free);
+    return remote != nullptr ? remote.get() : "";
+}
+
 ULONG codeOf(const GError &error)
 {
     if (isOneOf(error,
@@ -30,8 +37,7 @@ ULONG codeOf(const GError &error)
         return MAPI_E_ACCESS_DENIED;
     if (isOneOf(error, {G_DBUS_ERROR_INVALID_ARGS}))
         return MAPI_E_INVALID_MESSAGE;
-    const std::unique_ptr<char, decltype(&g_free)> remote(g_dbus_error_get_remote_error(&error), &g_free);
-    const std::string name = remote != nullptr ? remote.get() : "";
+    const std::string name = remoteName(error);
     if (name == "org.freedesktop.portal.Error.InvalidArgument")
         return MAPI_E_INVALID_MESSAGE;
     if (name == "org.freedesktop.portal.Error.NotAllowed")
@@ -44,6 +50,19 @@ ULONG codeOf(const GError &error)
 Failure busFailure(const std::string &what, const GError &error)
 {
     return {codeOf(error), what + ": " + error.message};
+}
+
+OwnMainContext::OwnMainContext() : m_context(g_main_context_new())
+{
+    g_main_context_push_thread_default(m_context);
+}
+
+OwnMainContext::~OwnMainContext()
+{
+    // What is still on its way belongs to subscriptions that have ended.
+    while (g_main_context_iteration(m_context, FALSE) != FALSE) { }
+    g_main_context_pop_thread_default(m_context);
+    g_main_context_unref(m_context);
 }
 
 SessionBus::SessionBus()
@@ -69,15 +88,20 @@ SessionBus::~SessionBus()
 }
 
 GVariantPtr SessionBus::call(const char *name, const char *path, const char *interface, const char *method,
-                             GVariant *arguments, GUnixFDList *files, std::chrono::seconds timeLimit) const
+                             GVariant *arguments, const BusCallOptions &options) const
 {
     GError *error = nullptr;
     GVariantPtr answer(g_dbus_connection_call_with_unix_fd_list_sync(
         m_connection.get(), name, path, interface, method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE,
-        static_cast<int>(std::chrono::milliseconds(timeLimit).count()), files, nullptr, nullptr, &error));
+        static_cast<int>(std::chrono::milliseconds(options.timeLimit).count()), options.files, nullptr,
+        nullptr, &error));
     if (answer == nullptr) {
         const GErrorPtr owner(error);
-        throw busFailure(std::string(name) + " " + method, *error);
+        const std::string what = std::string(name).append(" ").append(method);
+        const std::string remote = remoteName(*error);
+        if (options.quotesArguments && !remote.empty())
+            throw Failure(codeOf(*error), what + ": " + remote);
+        throw busFailure(what, *error);
     }
     return answer;
 }

@@ -27,6 +27,30 @@ using GErrorPtr = std::unique_ptr<GError, GErrorDeleter>;
 // MAPI_E_INVALID_MESSAGE for an argument that was refused; otherwise MAPI_E_FAILURE.
 [[nodiscard]] Failure busFailure(const std::string &what, const GError &error);
 
+struct BusCallOptions {
+    GUnixFDList *files = nullptr;
+    std::chrono::seconds timeLimit{60};
+    // Whether the other side may quote in an error what it was given, such as the text of a mail; then only
+    // the name of the error is kept.
+    bool quotesArguments = false;
+};
+
+// Signals are delivered where they were asked for, and the end of a connection where it was made; this keeps
+// the caller's own main loop out of both. For a scope of one thread.
+class OwnMainContext
+{
+public:
+    OwnMainContext();
+    ~OwnMainContext();
+    OwnMainContext(const OwnMainContext &) = delete;
+    OwnMainContext &operator=(const OwnMainContext &) = delete;
+
+    [[nodiscard]] GMainContext *get() const { return m_context; }
+
+private:
+    GMainContext *m_context;
+};
+
 // A connection to the user's session bus for one call of the library. Not the one that GIO shares within a
 // process: that one ends the process when the bus goes away.
 class SessionBus
@@ -39,16 +63,16 @@ public:
     SessionBus &operator=(const SessionBus &) = delete;
 
     [[nodiscard]] GDBusConnection *get() const { return m_connection.get(); }
+    // Where its signals arrive.
+    [[nodiscard]] GMainContext *context() const { return m_context.get(); }
 
-    // Calls a method and waits for its answer, at most `timeLimit`. `arguments` may be floating and is
-    // taken over; `files` may be null. Throws busFailure.
+    // Calls a method and waits for its answer. `arguments` may be floating and is taken over. Throws
+    // busFailure.
     GVariantPtr call(const char *name, const char *path, const char *interface, const char *method,
-                     GVariant *arguments, GUnixFDList *files = nullptr,
-                     std::chrono::seconds timeLimit = usualTimeLimit) const;
-
-    static constexpr std::chrono::seconds usualTimeLimit{60};
+                     GVariant *arguments, const BusCallOptions &options = {}) const;
 
 private:
+    OwnMainContext m_context;
     GObjectPtr<GDBusConnection> m_connection;
 };
 

@@ -60,11 +60,10 @@ StagedMail::StagedMail(const std::string &directory)
     // Whoever owns it could put other files in the place of ours.
     if (status.st_uid != ::geteuid())
         throw Failure(MAPI_E_ACCESS_DENIED, directory + " belongs to somebody else");
-    removeStale();
 
     m_name = uniqueName();
     m_path = directory + "/" + m_name;
-    if (::mkdirat(m_base.get(), m_name.c_str(), privateDirectoryMode) != 0)
+    if (!createPrivateDirectory(m_base.get(), m_name))
         throw systemFailure("mkdir", m_path, errno);
     m_handle = openDirectory(m_base.get(), m_name);
     if (!m_handle.isOpen()) {
@@ -84,7 +83,7 @@ std::string StagedMail::addFile(const Attachment &attachment)
 {
     // Each in a directory of its own: two may have the same name.
     const std::string number = std::to_string(++m_files);
-    if (::mkdirat(m_handle.get(), number.c_str(), privateDirectoryMode) != 0)
+    if (!createPrivateDirectory(m_handle.get(), number))
         throw systemFailure("mkdir", m_path + "/" + number, errno);
     const FileDescriptor directory = openDirectory(m_handle.get(), number);
     if (!directory.isOpen())
@@ -118,15 +117,18 @@ std::string StagedMail::addDraft(const Mail &mail)
     return m_path + "/" + name;
 }
 
-void StagedMail::removeStale() noexcept
+void StagedMail::removeStale(const std::string &directory) noexcept
 {
+    const FileDescriptor base(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!base.isOpen())
+        return;
     const time_t limit = ::time(nullptr) - static_cast<time_t>(staleAge.count());
-    for (const std::string &name : entriesOf(m_base.get())) {
+    for (const std::string &name : entriesOf(base.get())) {
         struct stat status {
         };
-        if (isUniqueName(name) && ::fstatat(m_base.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0
+        if (isUniqueName(name) && ::fstatat(base.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0
             && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() && status.st_mtim.tv_sec <= limit)
-            removeTree(m_base.get(), name, treeDepth);
+            removeTree(base.get(), name, treeDepth);
     }
 }
 

@@ -16,9 +16,8 @@ namespace mapi
 class StagedMail
 {
 public:
-    // Creates `directory`, an absolute path, where it is missing, and removes from it what older calls left
-    // there longer than staleAge ago. Throws Failure: MAPI_E_ACCESS_DENIED when the directory belongs to
-    // somebody else, otherwise what resultFromErrno says.
+    // Creates `directory`, an absolute path, where it is missing. Throws Failure: MAPI_E_ACCESS_DENIED when
+    // the directory belongs to somebody else, otherwise what resultFromErrno says.
     explicit StagedMail(const std::string &directory);
     ~StagedMail();
     StagedMail(const StagedMail &) = delete;
@@ -33,13 +32,15 @@ public:
 
     void keep() noexcept { m_kept = true; }
 
+    // Removes from a staging directory, if there is one, what older calls left there longer than staleAge
+    // ago.
+    static void removeStale(const std::string &directory) noexcept;
+
     // A client may be slow to start, and a user slow to answer its questions; but a client that has not
     // read a file for a week does not want it any more.
     static constexpr std::chrono::seconds staleAge = std::chrono::hours(24 * 7);
 
 private:
-    void removeStale() noexcept;
-
     std::string m_path; // of this mail
     std::string m_name;
     FileDescriptor m_base;

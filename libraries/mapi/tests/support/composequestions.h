@@ -11,8 +11,11 @@
 #include "mimewriter.h"
 #include "text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <string>
 #include <string_view>
@@ -62,6 +65,27 @@ inline std::string sameMailboxes(const Fields &fields, const std::string &key,
     return read == typed(expected, names) ? "" : "other recipients in " + key;
 }
 
+inline bool hasLoneLineFeed(std::string_view text)
+{
+    for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1)) {
+        if (at == 0 || text[at - 1] != '\r')
+            return true;
+    }
+    return false;
+}
+
+// What is shown of arguments must not depend on the text of the mail, only on its length.
+template <typename Builder> bool showsText(const mapi::Mail &mail, const Builder &builder)
+{
+    mapi::Mail other = mail;
+    for (char &c : other.noteText)
+        c = c == '\n' ? '\n' : 'x';
+    const mapi::Arguments own = builder(mail);
+    const mapi::Arguments changed = builder(other);
+    return !std::equal(own.begin(), own.end(), changed.begin(), changed.end(),
+                       [](const mapi::Argument &a, const mapi::Argument &b) { return a.shown == b.shown; });
+}
+
 inline std::string sameFields(const Fields &fields, const mapi::Mail &mail, bool names,
                               const std::vector<std::string> &files, std::string_view lineEnd)
 {
@@ -72,7 +96,9 @@ inline std::string sameFields(const Fields &fields, const mapi::Mail &mail, bool
         return fault;
     if (receiving::valueOf(fields, "subject") != mail.subject)
         return "another subject";
-    if (receiving::valueOf(fields, "body") != mapi::withLineEnds(mail.noteText, lineEnd))
+    const std::string text = receiving::valueOf(fields, "body");
+    if (lineEnd == "\n" ? text != mail.noteText
+                        : receiving::withLineFeeds(text) != mail.noteText || hasLoneLineFeed(text))
         return "another text";
     return receiving::valuesOf(fields, "attach") == files ? "" : "other files";
 }
@@ -80,6 +106,10 @@ inline std::string sameFields(const Fields &fields, const mapi::Mail &mail, bool
 inline std::string judgeLink(const mapi::Mail &mail, const std::vector<std::string> &files, bool names)
 {
     const mapi::Argument link = mapi::mailtoLink(mail, {.names = names, .files = files});
+    if (showsText(mail, [&](const mapi::Mail &one) {
+            return mapi::Arguments{mapi::mailtoLink(one, {.names = names, .files = files})};
+        }))
+        return "the text is shown";
     const auto fields = receiving::readMailto(link.text);
     return fields ? sameFields(*fields, mail, names, files, "\r\n") : "no link: " + link.text;
 }
@@ -94,9 +124,11 @@ inline std::string judgeClient(const mapi::MailClient &client, const mapi::Mail 
         arguments.push_back(argument.text);
         if (argument.text.find('\0') != std::string::npos)
             return "a NUL";
-        if (mail.noteText.size() > 20 && argument.shown.find(mail.noteText) != std::string::npos)
-            return "the text is shown";
+        if (argument.text.size() > client.longestArgument)
+            return ""; // goes another way
     }
+    if (showsText(mail, [&](const mapi::Mail &one) { return client.arguments(one, files); }))
+        return "the text is shown";
     const std::string_view name = client.name;
     if (name == "thunderbird" || name == "betterbird") {
         if (arguments.size() != 2 || arguments[0] != "-compose")
@@ -152,10 +184,76 @@ inline std::string sameHeaderMailboxes(const Fields &fields, const std::string &
     return *read == typed(expected, true) ? "" : "other recipients in " + key;
 }
 
+inline std::string contentOf(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// A part: the note text when `attachment` is null.
+inline std::string samePart(const Fields &head, std::string_view content, const mapi::Mail &mail,
+                            const mapi::Attachment *attachment)
+{
+    const auto decoded
+        = receiving::transferDecoded(content, receiving::valueOf(head, "content-transfer-encoding"));
+    if (!decoded)
+        return "a content that cannot be decoded";
+    const std::string type = receiving::valueOf(head, "content-type");
+    if (attachment == nullptr) {
+        if (type.rfind("text/plain;", 0) != 0 || receiving::parameterOf(type, "charset") != "utf-8")
+            return "no plain text in UTF-8";
+        return receiving::withLineFeeds(*decoded) == mail.noteText ? "" : "another text";
+    }
+    const std::string disposition = receiving::valueOf(head, "content-disposition");
+    if (disposition.rfind("attachment;", 0) != 0
+        || receiving::parameterOf(disposition, "filename") != attachment->name()
+        || receiving::parameterOf(type, "name") != attachment->name())
+        return "another name of a file";
+    return *decoded == contentOf(attachment->path()) ? "" : "another file";
+}
+
+inline std::string samePartsOfDraft(const Fields &header, std::string_view body, const mapi::Mail &mail)
+{
+    const auto boundary = receiving::parameterOf(receiving::valueOf(header, "content-type"), "boundary");
+    if (!boundary)
+        return "no parts";
+    const std::string separator = "\r\n--" + *boundary;
+    // The first one stands at the start of a line, with nothing or a blank text before it.
+    const std::string all = "\r\n" + std::string(body);
+    std::size_t at = all.find(separator);
+    std::size_t parts = 0;
+    while (at != std::string::npos && all.compare(at + separator.size(), 2, "--") != 0) {
+        const std::size_t start = at + separator.size() + 2;
+        const std::size_t next = all.find(separator, start);
+        if (next == std::string::npos || all.compare(start - 2, 2, "\r\n") != 0
+            || parts > mail.attachments.size())
+            return "other parts";
+        std::string_view content;
+        const std::string part = all.substr(start, next - start) + "\r\n";
+        const auto head = receiving::readHeader(part, &content);
+        if (!head)
+            return "no head of a part";
+        std::string fault
+            = onlyKeys(*head, {}, {"content-type", "content-disposition", "content-transfer-encoding"});
+        // The line end before the separator is no part of the content.
+        content.remove_suffix(std::min<std::size_t>(content.size(), 2));
+        if (fault.empty())
+            fault = samePart(*head, content, mail, parts == 0 ? nullptr : &mail.attachments[parts - 1]);
+        if (!fault.empty())
+            return fault;
+        ++parts;
+        at = next;
+    }
+    return parts == mail.attachments.size() + 1 ? "" : "other parts";
+}
+
 inline std::string judgeDraft(const mapi::Mail &mail)
 {
     const std::string draft = draftOf(mail);
-    const auto header = receiving::readHeader(draft);
+    if (hasLoneLineFeed(draft))
+        return "a line end of another kind";
+    std::string_view body;
+    const auto header = receiving::readHeader(draft, &body);
     if (!header)
         return "no header";
     std::string fault = onlyKeys(*header, {},
@@ -164,32 +262,24 @@ inline std::string judgeDraft(const mapi::Mail &mail)
                                   "content-transfer-encoding", "content-disposition"});
     if (fault.empty() && receiving::wordsDecoded(receiving::valueOf(*header, "subject")) != mail.subject)
         fault = "another subject";
-    for (const auto &[key, list] : {std::pair("to", &mail.to), {"cc", &mail.cc}, {"bcc", &mail.bcc}})
+    const std::vector<mapi::Mailbox> from
+        = mail.from ? std::vector<mapi::Mailbox>{*mail.from} : std::vector<mapi::Mailbox>{};
+    const std::vector<mapi::Mailbox> notified = mail.receiptRequested ? from : std::vector<mapi::Mailbox>{};
+    for (const auto &[key, list] : {std::pair("to", &mail.to),
+                                    {"cc", &mail.cc},
+                                    {"bcc", &mail.bcc},
+                                    {"from", &from},
+                                    {"disposition-notification-to", &notified}})
         fault = fault.empty() ? sameHeaderMailboxes(*header, key, *list) : fault;
     if (fault.empty() && receiving::valueOf(*header, "x-unsent") != "1")
         fault = "no draft";
-    if (!fault.empty() || mail.attachments.empty())
+    const std::string info = receiving::valueOf(*header, "x-mozilla-draft-info");
+    if (fault.empty() && (info.find("receipt=1") != std::string::npos) != mail.receiptRequested)
+        fault = "another wish for a receipt";
+    if (!fault.empty())
         return fault;
-
-    // The heads of the parts.
-    const std::string type = receiving::valueOf(*header, "content-type");
-    constexpr std::string_view parameter = "boundary=\"";
-    const std::size_t start = type.find(parameter);
-    if (start == std::string::npos)
-        return "no parts";
-    const std::string boundary = "\r\n--"
-        + type.substr(start + parameter.size(), type.rfind('"') - start - parameter.size()) + "\r\n";
-    std::size_t parts = 0;
-    for (std::size_t at = draft.find(boundary); at != std::string::npos; at = draft.find(boundary, at + 2)) {
-        ++parts;
-        const auto part = receiving::readHeader(std::string_view(draft).substr(at + boundary.size()));
-        if (!part)
-            return "no head of a part";
-        fault = onlyKeys(*part, {}, {"content-type", "content-disposition", "content-transfer-encoding"});
-        if (!fault.empty())
-            return fault;
-    }
-    return parts == mail.attachments.size() + 1 ? "" : "other parts";
+    return mail.attachments.empty() ? samePart(*header, body, mail, nullptr)
+                                    : samePartsOfDraft(*header, body, mail);
 }
 
 inline std::vector<std::string> textsOf(GVariant *list)
@@ -202,17 +292,38 @@ inline std::vector<std::string> textsOf(GVariant *list)
     return texts;
 }
 
+// What the portal itself would refuse, or take in part.
+inline ULONG expectedOfPortal(const mapi::Mail &mail, unsigned version)
+{
+    const bool lists = version >= 3;
+    if (!lists && (mail.to.size() > 1 || !mail.cc.empty() || !mail.bcc.empty()))
+        return MAPI_E_TOO_MANY_RECIPIENTS;
+    if (mail.attachments.size() > 250)
+        return MAPI_E_TOO_MANY_FILES;
+    if (!receiving::portalTakesSubject(mail.subject))
+        return MAPI_E_TEXT_TOO_LARGE;
+    for (const auto *list : {&mail.to, &mail.cc, &mail.bcc}) {
+        for (const mapi::Mailbox &mailbox : *list) {
+            if (!receiving::portalTakesAddress(mailbox.address))
+                return MAPI_E_INVALID_RECIPS;
+        }
+    }
+    return SUCCESS_SUCCESS;
+}
+
 inline std::string judgePortal(const mapi::Mail &mail, unsigned version)
 {
     mapi::PortalMail arguments;
+    ULONG code = SUCCESS_SUCCESS;
     try {
         arguments = mapi::portalMail(mail, version);
     } catch (const mapi::Failure &failure) {
-        const bool expected = failure.code() == MAPI_E_INVALID_RECIPS
-            || failure.code() == MAPI_E_TEXT_TOO_LARGE
-            || (failure.code() == MAPI_E_TOO_MANY_RECIPIENTS && version < mapi::portalWithLists);
-        return expected ? "" : "another result code";
+        code = failure.code();
     }
+    if (code != expectedOfPortal(mail, version))
+        return "result code " + std::to_string(code);
+    if (code != SUCCESS_SUCCESS)
+        return {};
     const mapi::GVariantPtr options(g_variant_ref_sink(mapi::portalOptions(arguments, version, "token", 2)));
     Fields fields;
     GVariantIter iterator;
@@ -235,7 +346,7 @@ inline std::string judgePortal(const mapi::Mail &mail, unsigned version)
                    {"handle_token", "address", "subject", "body", "activation_token", "attachment_fds"});
     if (!fault.empty())
         return fault;
-    const char *to = version < mapi::portalWithLists ? "address" : "addresses";
+    const char *to = version < 3 ? "address" : "addresses";
     for (const auto &[name, list] : {std::pair(to, &mail.to), {"cc", &mail.cc}, {"bcc", &mail.bcc}}) {
         std::vector<std::string> expected;
         for (const mapi::Mailbox &mailbox : *list)
@@ -243,13 +354,8 @@ inline std::string judgePortal(const mapi::Mail &mail, unsigned version)
         const std::vector<std::string> given = receiving::valuesOf(fields, name);
         if (given != expected)
             return std::string("other recipients in ") + name;
-        for (const std::string &address : given) {
-            if (address.find_first_of(" <>,\"") != std::string::npos || !mapi::isAscii(address))
-                return "an address that the portal refuses";
-        }
     }
-    if (receiving::valueOf(fields, "subject") != mail.subject
-        || receiving::valueOf(fields, "subject").find('\n') != std::string::npos)
+    if (receiving::valueOf(fields, "subject") != mail.subject)
         return "another subject";
     return receiving::valueOf(fields, "body") == mail.noteText ? "" : "another text";
 }

@@ -4,8 +4,9 @@
 //     fakeportal RECORD READY MODE VERSION
 //
 // MODE: "answer:N" responds with N; "old" makes the request under a path of its own; "refuse" answers with
-// an error; "silent" never responds; "leave" ends after the call; "unneeded" says that documents need no
-// export; "partial" exports one document less. READY is written when the names are owned.
+// an error that quotes what was asked; "silent" never responds; "leave" ends after the call; "unneeded" says
+// that documents need no export; "partial" exports one document less. READY is written when the names are
+// owned.
 
 #include <QByteArray>
 #include <QFile>
@@ -102,7 +103,7 @@ void composeEmail(GDBusConnection *connection, const QString &sender, GVariant *
     record(asked);
     if (mode == u"refuse"_s) {
         g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.portal.Error.InvalidArgument",
-                                                   "no");
+                                                   qPrintable(u"no: "_s + asked[u"body"_s].toString()));
         return;
     }
     QString request = u"/org/freedesktop/portal/desktop/request/"_s
@@ -181,10 +182,12 @@ void onCall(GDBusConnection *connection, const char *sender, const char *, const
         addFull(parameters, invocation);
     } else {
         GVariant *uris = g_variant_get_child_value(parameters, 0);
-        record({{u"call"_s, u"Open"_s}, {u"uris"_s, texts(uris)}});
+        const QJsonArray asked = texts(uris);
+        record({{u"call"_s, u"Open"_s}, {u"uris"_s, asked}});
         g_variant_unref(uris);
         if (mode == u"refuse"_s)
-            g_dbus_method_invocation_return_dbus_error(invocation, "org.example.Error.No", "no");
+            g_dbus_method_invocation_return_dbus_error(invocation, "org.example.Error.No",
+                                                       qPrintable(u"no: "_s + asked[0].toString()));
         else
             g_dbus_method_invocation_return_value(invocation, nullptr);
     }

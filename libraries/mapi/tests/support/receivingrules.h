@@ -8,8 +8,11 @@
 #include <string_view>
 #include <vector>
 
+#include <glib.h>
+
 // How the programs at the other end read what they are given, written down once more from their own rules
-// and not from ours. Nothing of the library under test is used here.
+// and not from ours. Nothing of the library under test is used here; GLib's regular expressions are those of
+// the portal.
 namespace receiving
 {
 
@@ -56,9 +59,46 @@ inline std::optional<std::string> percentDecoded(std::string_view text)
     return out;
 }
 
+// Whether the bytes are UTF-8: no lone or missing continuation, no overlong form, no surrogate.
+inline bool isUtf8(std::string_view text)
+{
+    for (std::size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        const int length = lead < 0x80 ? 1 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+        if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4 || i + std::size_t(length) > text.size())
+            return false;
+        unsigned value = length == 1 ? lead : lead & (0xFFU >> (length + 1));
+        for (int k = 1; k < length; ++k) {
+            const auto byte = static_cast<unsigned char>(text[i + std::size_t(k)]);
+            if ((byte & 0xC0) != 0x80)
+                return false;
+            value = (value << 6) | (byte & 0x3F);
+        }
+        if ((length == 3 && value < 0x800) || (length == 4 && (value < 0x10000 || value > 0x10FFFF))
+            || (value >= 0xD800 && value <= 0xDFFF))
+            return false;
+        i += std::size_t(length);
+    }
+    return true;
+}
+
+// Every line end becomes a line feed.
+inline std::string withLineFeeds(std::string_view text)
+{
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\r')
+            out.push_back(text[i]);
+        else if (i + 1 == text.size() || text[i + 1] != '\n')
+            out.push_back('\n');
+    }
+    return out;
+}
+
 // The argument of "-compose". Pairs between commas; a quote opens only directly behind an equals sign and
 // closes only before a comma or the end; what is not quoted is percent-decoded, and stays as it is when that
-// is not possible. Pieces without an equals sign are dropped. Of a repeated key the first counts.
+// is not possible or gives no UTF-8. Pieces without an equals sign are dropped. Of a repeated key the first
+// counts.
 inline Fields readMozilla(std::string_view argument)
 {
     Fields fields;
@@ -87,8 +127,10 @@ inline Fields readMozilla(std::string_view argument)
         std::string decoded;
         if (value.size() >= 2 && value.front() == '\'' && value.back() == '\'')
             decoded = value.substr(1, value.size() - 2);
+        else if (const auto bytes = percentDecoded(value); bytes && isUtf8(*bytes))
+            decoded = *bytes;
         else
-            decoded = percentDecoded(value).value_or(std::string(value));
+            decoded = value;
         if (fields.find(key) == fields.end())
             fields.emplace(key, decoded);
     }
@@ -225,7 +267,8 @@ inline std::optional<Fields> readKMail(const std::vector<std::string> &arguments
 }
 
 // "--compose LINK --attach FILE..." as Claws Mail and Sylpheed read it: an empty name ends the list too.
-// Files have the key "attach".
+// Files have the key "attach". A running instance is told by lines that it reads into a buffer, and what does
+// not fit is lost: "compose_attach LINK" with its line end and the end of the text.
 inline std::optional<Fields> readComposeOption(const std::vector<std::string> &arguments)
 {
     Fields fields;
@@ -233,8 +276,10 @@ inline std::optional<Fields> readComposeOption(const std::vector<std::string> &a
         if (arguments[i] == "--compose") {
             if (++i >= arguments.size())
                 return {};
+            constexpr std::size_t buffer = 8192;
+            constexpr std::size_t around = std::string_view("compose_attach ").size() + 2;
             const auto link = readMailto(arguments[i]);
-            if (!link)
+            if (!link || around + arguments[i].size() > buffer)
                 return {};
             fields.insert(link->begin(), link->end());
         } else if (arguments[i] == "--attach") {
@@ -345,7 +390,8 @@ inline std::optional<std::vector<TypedMailbox>> readAddressField(std::string_vie
 }
 
 // The header of a message: field names in lower case, values unfolded. Nothing when a line is no field.
-inline std::optional<Fields> readHeader(std::string_view message)
+// `rest` becomes what follows the empty line.
+inline std::optional<Fields> readHeader(std::string_view message, std::string_view *rest = nullptr)
 {
     Fields fields;
     std::string name;
@@ -388,6 +434,8 @@ inline std::optional<Fields> readHeader(std::string_view message)
             value.erase(0, 1);
     }
     finish();
+    if (rest != nullptr)
+        *rest = message;
     return fields;
 }
 
@@ -411,26 +459,87 @@ inline std::string base64Decoded(std::string_view text)
     return out;
 }
 
-// Encoded words of RFC 2047 in UTF-8 and base64, which is all that is written here; blanks between two of
-// them do not count.
+// Quoted-printable (RFC 2045), or the "Q" encoding of RFC 2047 when an underscore is a blank. Nothing for
+// what is neither.
+inline std::optional<std::string> quotedPrintableDecoded(std::string_view text, bool underscores)
+{
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '_' && underscores) {
+            out.push_back(' ');
+        } else if (text[i] != '=') {
+            out.push_back(text[i]);
+        } else if (!underscores && text.substr(i + 1, 2) == "\r\n") {
+            i += 2;
+        } else {
+            if (i + 2 >= text.size() || hexDigit(text[i + 1]) < 0 || hexDigit(text[i + 2]) < 0)
+                return {};
+            out.push_back(static_cast<char>(hexDigit(text[i + 1]) * 16 + hexDigit(text[i + 2])));
+            i += 2;
+        }
+    }
+    return out;
+}
+
+// The content of a part by its Content-Transfer-Encoding.
+inline std::optional<std::string> transferDecoded(std::string_view content, const std::string &encoding)
+{
+    if (encoding == "base64")
+        return base64Decoded(content);
+    if (encoding == "quoted-printable")
+        return quotedPrintableDecoded(content, false);
+    if (encoding.empty() || encoding == "7bit") {
+        for (const char c : content) {
+            if (static_cast<unsigned char>(c) >= 0x80)
+                return {};
+        }
+        return std::string(content);
+    }
+    return {};
+}
+
+// One encoded word of RFC 2047 at the start of the text, which loses it. What no receiver of UTF-8 can read
+// comes out as a text that is in no mail.
+inline std::optional<std::string> takeEncodedWord(std::string_view &text)
+{
+    if (text.substr(0, 2) != "=?")
+        return {};
+    const std::size_t encoding = text.find('?', 2);
+    if (encoding == std::string_view::npos || encoding + 2 >= text.size() || text[encoding + 2] != '?')
+        return {};
+    const std::size_t end = text.find("?=", encoding + 3);
+    if (end == std::string_view::npos)
+        return {};
+    std::string charset(text.substr(2, encoding - 2));
+    std::transform(charset.begin(), charset.end(), charset.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const char kind = text[encoding + 1];
+    const std::string_view data = text.substr(encoding + 3, end - encoding - 3);
+    text.remove_prefix(end + 2);
+    const std::string unreadable = "\xEF\xBF\xBD unreadable";
+    if (charset != "utf-8")
+        return unreadable;
+    if (kind == 'B' || kind == 'b')
+        return base64Decoded(data);
+    if (kind == 'Q' || kind == 'q')
+        return quotedPrintableDecoded(data, true).value_or(unreadable);
+    return unreadable;
+}
+
+// A text with encoded words in it; blanks between two of them do not count.
 inline std::string wordsDecoded(std::string_view text)
 {
-    constexpr std::string_view start = "=?UTF-8?B?";
     std::string out;
     std::string blanks;
     bool afterWord = false;
     while (!text.empty()) {
-        if (text.substr(0, start.size()) == start) {
-            const std::size_t end = text.find("?=", start.size());
-            if (end != std::string_view::npos) {
-                if (!afterWord)
-                    out += blanks;
-                blanks.clear();
-                out += base64Decoded(text.substr(start.size(), end - start.size()));
-                text.remove_prefix(end + 2);
-                afterWord = true;
-                continue;
-            }
+        if (const auto word = takeEncodedWord(text)) {
+            if (!afterWord)
+                out += blanks;
+            blanks.clear();
+            out += *word;
+            afterWord = true;
+            continue;
         }
         if (text.front() == ' ') {
             blanks.push_back(' ');
@@ -443,6 +552,62 @@ inline std::string wordsDecoded(std::string_view text)
         text.remove_prefix(1);
     }
     return out + blanks;
+}
+
+// A parameter of a field by RFC 2045 and RFC 2231: as it stands, in quotes, encoded, and in pieces. Nothing
+// when it is not there, comes twice, or is encoded wrongly.
+inline std::optional<std::string> parameterOf(std::string_view field, const std::string &name)
+{
+    std::map<std::string, std::string> found;
+    std::size_t i = field.find(';');
+    while (i < field.size()) {
+        for (++i; i < field.size() && (field[i] == ' ' || field[i] == '\t');)
+            ++i;
+        const std::size_t equals = field.find('=', i);
+        if (equals == std::string_view::npos)
+            break;
+        const std::string key(field.substr(i, equals - i));
+        std::string value;
+        i = equals + 1;
+        if (i < field.size() && field[i] == '"') {
+            for (++i; i < field.size() && field[i] != '"'; ++i) {
+                if (field[i] == '\\' && i + 1 < field.size())
+                    ++i;
+                value.push_back(field[i]);
+            }
+            i = field.find(';', i);
+        } else {
+            const std::size_t end = std::min(field.find(';', i), field.size());
+            value = field.substr(i, end - i);
+            i = end;
+        }
+        if (!found.emplace(key, value).second)
+            return {};
+    }
+    if (found.count(name) != 0)
+        return found[name];
+    constexpr std::string_view charset = "UTF-8''";
+    std::string encoded = found[name + "*"];
+    for (int piece = 0; found.count(name + "*" + std::to_string(piece) + "*") != 0; ++piece)
+        encoded += found[name + "*" + std::to_string(piece) + "*"];
+    if (encoded.rfind(charset, 0) != 0)
+        return {};
+    return percentDecoded(std::string_view(encoded).substr(charset.size()));
+}
+
+// The portal's own test of an address and of a subject.
+inline bool portalTakesAddress(const std::string &address)
+{
+    return g_regex_match_simple("^[a-zA-Z0-9.!#$%&'*+/=?^_`{|}~-]+@"
+                                "[a-zA-Z0-9](?:[a-zA-Z0-9-]{0,61}[a-zA-Z0-9])?"
+                                "(?:\\.[a-zA-Z0-9](?:[a-zA-Z0-9-]{0,61}[a-zA-Z0-9])?)*$",
+                                address.c_str(), G_REGEX_DEFAULT, G_REGEX_MATCH_DEFAULT)
+        != FALSE;
+}
+
+inline bool portalTakesSubject(const std::string &subject)
+{
+    return subject.find('\n') == std::string::npos && g_utf8_strlen(subject.c_str(), -1) <= 200;
 }
 
 }
