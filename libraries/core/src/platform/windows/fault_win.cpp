@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include <windows.h>
+#include <xmmintrin.h>
 
 namespace platform
 {
@@ -26,8 +27,17 @@ bool isThrowOfCompiler(DWORD code)
     return (code & 0x20FFFFFFU) == 0x20474343U;
 }
 
+// What the processor was told to report of floating point numbers stays on in the filter, and ordinary code
+// of a library does not pass it. Who goes on behind the fault gets his own setting back with his registers.
+void switchFloatExceptionsOff()
+{
+    _MM_SET_EXCEPTION_MASK(_MM_MASK_MASK);
+    asm volatile("fninit");
+}
+
 LONG WINAPI filterException(EXCEPTION_POINTERS *pointers)
 {
+    switchFloatExceptionsOff();
     const DWORD code = pointers->ExceptionRecord->ExceptionCode;
     if (isThrowOfCompiler(code))
         return previousFilter != nullptr ? previousFilter(pointers) : EXCEPTION_CONTINUE_EXECUTION;
