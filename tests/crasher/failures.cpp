@@ -1,13 +1,21 @@
 #include "failures.h"
 
+#include "error/s3exceptionhandlerwin.h"
+#include "platform/filelock.h"
 #include "platform/library.h"
 #include "protocol/diagnosticreport.h"
+#include "protocol/reportfilename.h"
 #include "protocol/s3assert.h"
+#include "s3tempdir.h"
 #include "s3threadbase.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QString>
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,11 +23,8 @@
 #include <new>
 #include <stdexcept>
 
-#include "error/s3exceptionhandlerwin.h"
-
 using namespace Qt::StringLiterals;
 
-QByteArray boxFolder;
 QByteArray foreignLibrary;
 
 // In assembler: neither the optimiser nor a sanitizer is to notice what these do.
@@ -33,6 +38,50 @@ QByteArray foreignLibrary;
     int value = 0;
     asm volatile("movl (%1), %0" : "=r"(value) : "r"(address) : "memory");
     return value;
+}
+
+void *foreignSymbol(const char *name)
+{
+    const platform::LibraryHandle library = platform::openLibrary(QFile::decodeName(foreignLibrary));
+    void *symbol = library != nullptr ? platform::librarySymbol(library, name) : nullptr;
+    if (symbol == nullptr) {
+        std::fprintf(stderr, "no %s in %s\n", name, foreignLibrary.constData());
+        std::exit(99);
+    }
+    return symbol;
+}
+
+void assertion()
+{
+    s3Assert(false, "1 == 2", "file", "f", QString(), 7);
+}
+
+namespace
+{
+
+class Worker final : public s3ThreadBase
+{
+public:
+    explicit Worker(void (*fail)()) : s3ThreadBase(false), m_fail(fail) { }
+
+protected:
+    void run() override
+    {
+        m_fail();
+        runFinish();
+    }
+
+private:
+    void (*m_fail)();
+};
+
+}
+
+void runOnWorker(void (*fail)())
+{
+    Worker worker(fail);
+    worker.start();
+    worker.wait();
 }
 
 namespace
@@ -73,6 +122,51 @@ namespace
 [[gnu::noinline]] void breakpoint()
 {
     asm volatile("int3");
+}
+
+// With the processor's trap flag on, which it clears by the fault. The first step keeps off what the compiler
+// may have stored below the stack pointer.
+[[gnu::noinline]] void singleStep()
+{
+    asm volatile("leaq -128(%%rsp), %%rsp\n\tpushfq\n\torl $0x100, (%%rsp)\n\tpopfq\n\t"
+                 "nop\n\tnop\n\tleaq 128(%%rsp), %%rsp"
+                 :
+                 :
+                 : "memory", "cc");
+}
+
+// Divides with one of the processor's six exceptions of floating point numbers let through, by its bit.
+[[gnu::noipa]] void divide(unsigned int exception, double dividend, double divisor)
+{
+    constexpr unsigned int allMasked = 0x1F80;
+    const unsigned int control = allMasked & ~(1U << (exception + 7));
+    asm volatile("ldmxcsr %1\n\tdivsd %2, %0" : "+x"(dividend) : "m"(control), "x"(divisor));
+    std::printf("%g\n", dividend);
+}
+
+void floatInvalidOperation()
+{
+    divide(0, 0, 0);
+}
+
+void floatDivisionByZero()
+{
+    divide(2, 1, 0);
+}
+
+void floatOverflow()
+{
+    divide(3, 1e308, 1e-308);
+}
+
+void floatUnderflow()
+{
+    divide(4, 1e-308, 1e308);
+}
+
+void floatInexactResult()
+{
+    divide(5, 1, 3);
 }
 
 // Each frame is used behind the call, so that no call becomes a jump.
@@ -140,11 +234,6 @@ struct OwnException : std::runtime_error {
     throw 42;
 }
 
-void assertion()
-{
-    s3Assert(false, "1 == 2", "file", "f", QString(), 7);
-}
-
 void assertionWithText()
 {
     s3Assert(false, "1 == 2", "file", "f", u"Größe\n"_s, 7);
@@ -153,30 +242,6 @@ void assertionWithText()
 void notReached()
 {
     s3CrashHandler::assertFailed(s3CrashHandler::NotReached, "false", u"try/catch"_s, "file", 8, nullptr);
-}
-
-// Runs one failure on a thread of the library.
-class Worker final : public s3ThreadBase
-{
-public:
-    explicit Worker(void (*fail)()) : s3ThreadBase(false), m_fail(fail) { }
-
-protected:
-    void run() override
-    {
-        m_fail();
-        runFinish();
-    }
-
-private:
-    void (*m_fail)();
-};
-
-template <void (*fail)()> void onWorker()
-{
-    Worker worker(fail);
-    worker.start();
-    worker.wait();
 }
 
 void faultInReport()
@@ -204,24 +269,27 @@ void abortInReport()
     assertion();
 }
 
-void hangInReport()
+// Each failure in here comes while the one before is being told, so this goes on until the report says no.
+void failsAgainInReport()
 {
     reportHook = []() -> QString {
-        volatile bool goesOn = true;
-        while (goesOn) { }
+        assertion();
         return QString();
     };
     assertion();
 }
 
-// The clean-up is the last of the own steps that may hang.
-void hangAtExit()
+// Fails again behind each record, twice more than records are written. Without an end it would be the end of
+// the stack.
+void failsAgainAtExit()
 {
     exitHook = [] {
-        volatile bool goesOn = true;
-        while (goesOn) { }
+        constexpr int mostFailures = 8;
+        static int failures = 0;
+        if (++failures <= mostFailures)
+            assertion();
     };
-    exitProgram(5);
+    assertion();
 }
 
 void exitAlone()
@@ -261,17 +329,6 @@ void twoAtOnce()
     fail();
 }
 
-template <class Function> Function foreign(const char *name)
-{
-    const platform::LibraryHandle library = platform::openLibrary(QFile::decodeName(foreignLibrary));
-    void *symbol = library != nullptr ? platform::librarySymbol(library, name) : nullptr;
-    if (symbol == nullptr) {
-        std::fprintf(stderr, "no %s in %s\n", name, foreignLibrary.constData());
-        std::exit(99);
-    }
-    return reinterpret_cast<Function>(symbol);
-}
-
 // The fault is in the first frame behind ours, so it may come from our argument.
 [[gnu::noinline]] void foreignNear()
 {
@@ -279,9 +336,10 @@ template <class Function> Function foreign(const char *name)
     std::fflush(stdout);
 }
 
-[[gnu::noinline]] void foreignFar()
+// With so many more frames between.
+template <int frames> [[gnu::noinline]] void foreignDeep()
 {
-    foreign<void (*)(int)>("foreignFar")(10);
+    foreign<void (*)(int)>("foreignFar")(frames - 1);
     std::fflush(stdout);
 }
 
@@ -289,6 +347,29 @@ template <class Function> Function foreign(const char *name)
 {
     foreign<void (*)()>("foreignIllegal")();
     std::fflush(stdout);
+}
+
+// Somebody has written behind the ends of blocks that are never given back.
+void damagedBlocks()
+{
+    constexpr std::size_t size = 1000;
+    constexpr std::size_t overrun = 16;
+    std::array<char *, 8> blocks = {};
+    for (char *&block : blocks) {
+        block = static_cast<char *>(std::malloc(size));
+        asm volatile("" : "+r"(block)); // forget its size
+    }
+    bool isDamaged = false;
+    for (std::size_t i = 0; i + 1 < blocks.size(); ++i) {
+        const std::ptrdiff_t distance = blocks[i + 1] - blocks[i];
+        if (distance < 0 || distance > static_cast<std::ptrdiff_t>(size + 2 * overrun))
+            continue;
+        std::memset(blocks[i + 1] - overrun, 0x7F, overrun);
+        isDamaged = true;
+    }
+    if (!isDamaged)
+        std::exit(97);
+    nullWrite();
 }
 
 void brokenHeap()
@@ -300,6 +381,16 @@ void brokenHeap()
         std::memset(block - 16, 0x7F, 16);
         std::memset(block + 16 + i * 16, 0x7F, 256);
     }
+    nullWrite();
+}
+
+// Somebody else appends to the report file and does not come to an end.
+void lockedReport()
+{
+    const QString fileName = reportFileName(true);
+    static platform::FileLock lock(s3MakePath(QFileInfo(fileName).path(), nullptr) ? fileName : QString());
+    if (lock.tryLock() != platform::FileLock::Result::Taken)
+        std::exit(97);
     nullWrite();
 }
 
@@ -328,6 +419,12 @@ const QList<Failure> &commonFailures()
         {"privilegedInstruction", privilegedInstruction},
         {"divisionByZero", divisionByZero},
         {"breakpoint", breakpoint},
+        {"singleStep", singleStep},
+        {"floatInvalidOperation", floatInvalidOperation},
+        {"floatDivisionByZero", floatDivisionByZero},
+        {"floatOverflow", floatOverflow},
+        {"floatUnderflow", floatUnderflow},
+        {"floatInexactResult", floatInexactResult},
         {"pureCall", pureCall},
         {"invalidParameter", invalidParameter},
         {"invalidParameterWithoutTexts", invalidParameterWithoutTexts},
@@ -345,16 +442,21 @@ const QList<Failure> &commonFailures()
         {"faultInReport", faultInReport},
         {"throwInReport", throwInReport},
         {"abortInReport", abortInReport},
-        {"hangInReport", hangInReport},
-        {"hangAtExit", hangAtExit},
+        {"failsAgainInReport", failsAgainInReport},
+        {"failsAgainAtExit", failsAgainAtExit},
         {"faultAtExit", faultAtExit},
         {"exitAlone", exitAlone},
         {"secondFailure", secondFailure},
         {"twoAtOnce", twoAtOnce},
         {"foreignNear", foreignNear},
-        {"foreignFar", foreignFar},
+        {"foreignStillNear", foreignDeep<2>},
+        {"foreignJustFar", foreignDeep<3>},
+        {"foreignFar", foreignDeep<11>},
         {"foreignIllegal", foreignIllegal},
+        {"damagedBlocks", damagedBlocks},
         {"brokenHeap", brokenHeap},
+        {"brokenHeapOnWorker", onWorker<brokenHeap>},
+        {"lockedReport", lockedReport},
     };
     return failures;
 }

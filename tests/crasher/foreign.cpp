@@ -1,14 +1,15 @@
 // A library that is not ours and faults.
 
 #if defined(_WIN32)
-#define EXPORTED extern "C" __declspec(dllexport)
+#define EXPORTED extern "C" __declspec(dllexport) __attribute__((noinline))
 #else
-#define EXPORTED extern "C" __attribute__((visibility("default")))
+#define EXPORTED extern "C" __attribute__((visibility("default"), noinline))
 #endif
 
 EXPORTED void foreignWrite(int *target);
 EXPORTED void foreignFar(int depth);
 EXPORTED void foreignIllegal();
+EXPORTED void foreignHangAtUnload();
 
 void foreignWrite(int *target)
 {
@@ -27,4 +28,25 @@ void foreignFar(int depth)
 void foreignIllegal()
 {
     asm volatile("ud2");
+}
+
+namespace
+{
+
+// Not atomic: the library is used by one thread.
+volatile bool hangs = false;
+
+struct Unload {
+    ~Unload()
+    {
+        while (hangs) { }
+    }
+};
+const Unload unload;
+
+}
+
+void foreignHangAtUnload()
+{
+    hangs = true;
 }

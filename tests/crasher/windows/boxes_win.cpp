@@ -1,5 +1,6 @@
 #include "boxes.h"
 
+#include <QElapsedTimer>
 #include <QList>
 
 #include <vector>
@@ -65,9 +66,10 @@ public:
     {
         if (program.state() == QProcess::NotRunning)
             return m_texts;
-        const QList<HWND> standing = boxesOf(program.processId());
-        m_seen.removeIf([&standing](HWND window) { return !standing.contains(window); });
-        for (const HWND window : standing) {
+        const QList<HWND> windows = boxesOf(program.processId());
+        m_seen.removeIf([&windows](HWND window) { return !windows.contains(window); });
+        countTime();
+        for (const HWND window : windows) {
             if (m_seen.contains(window))
                 continue;
             const QString text = boxText(window);
@@ -79,6 +81,8 @@ public:
         return m_texts;
     }
 
+    [[nodiscard]] std::chrono::milliseconds standing() const override { return m_standing; }
+
     void answer(const QProcess &program) override
     {
         texts(program); // a box is read before it goes
@@ -89,8 +93,18 @@ public:
     }
 
 private:
+    // From one look to the next a box has stood if it was there at both.
+    void countTime()
+    {
+        if (m_sinceLook.isValid() && !m_seen.isEmpty())
+            m_standing += std::chrono::milliseconds(m_sinceLook.elapsed());
+        m_sinceLook.start();
+    }
+
     QList<HWND> m_seen;
     QStringList m_texts;
+    QElapsedTimer m_sinceLook;
+    std::chrono::milliseconds m_standing{0};
 };
 
 }

@@ -1,0 +1,3 @@
+#include "rights.h"
+
+void obeyPermissions(QProcess &) { }
