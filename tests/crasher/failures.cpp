@@ -1,5 +1,6 @@
 #include "failures.h"
 
+#include "error/crashturn.h"
 #include "error/s3exceptionhandlerwin.h"
 #include "platform/filelock.h"
 #include "platform/library.h"
@@ -15,6 +16,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +24,7 @@
 #include <exception>
 #include <new>
 #include <stdexcept>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -82,6 +85,9 @@ void runOnWorker(void (*fail)())
     Worker worker(fail);
     worker.start();
     worker.wait();
+    // With a newer Qt that comes back when the exit destroys what the failed thread has of its own.
+    while (s3CrashTurn::wasTaken())
+        std::this_thread::sleep_for(std::chrono::seconds(1));
 }
 
 namespace

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <clocale>
 #include <libintl.h>
@@ -30,13 +31,17 @@ inline QString cataloguePath(const QByteArray &domain, const QString &localeName
     return folder() + QStringLiteral("/%1/LC_MESSAGES/%2.mo").arg(localeName, QString::fromUtf8(domain));
 }
 
-// Lets dgettext answer in this language and in UTF-8, whatever locales the machine has: in every locale
-// but "C" the variable LANGUAGE decides. False when the C library refuses.
+// Lets dgettext answer in this language and in UTF-8, whatever locales the machine has: the variable LANGUAGE
+// decides in every locale but "C", and newer C libraries count "C.UTF-8" as that, so it gets another name.
+// False when the C library refuses.
 inline bool select(const QByteArray &domain, const QString &localeName)
 {
+    static const QTemporaryDir locales;
+    QFile::link(QStringLiteral("/usr/lib/locale/C.utf8"), locales.filePath(QStringLiteral("xx_XX.utf8")));
+    qputenv("LOCPATH", QFile::encodeName(locales.path()));
     qputenv("LANGUAGE", localeName.toUtf8());
     ++_nl_msg_cat_cntr;
-    return setlocale(LC_ALL, "C.UTF-8") != nullptr
+    return setlocale(LC_ALL, "xx_XX.UTF-8") != nullptr
         && bindtextdomain(domain.constData(), QFile::encodeName(folder()).constData()) != nullptr
         && bind_textdomain_codeset(domain.constData(), "UTF-8") != nullptr;
 }
