@@ -1,7 +1,7 @@
 #include "failures.h"
 
-#include "error/crashturn.h"
 #include "error/s3exceptionhandlerwin.h"
+#include "ostrelletest/failingthread.h"
 #include "platform/filelock.h"
 #include "platform/library.h"
 #include "protocol/diagnosticreport.h"
@@ -16,7 +16,6 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -24,7 +23,6 @@
 #include <exception>
 #include <new>
 #include <stdexcept>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -84,10 +82,7 @@ void runOnWorker(void (*fail)())
 {
     Worker worker(fail);
     worker.start();
-    worker.wait();
-    // With a newer Qt that comes back when the exit destroys what the failed thread has of its own.
-    while (s3CrashTurn::wasTaken())
-        std::this_thread::sleep_for(std::chrono::seconds(1));
+    waitForFailingThread(worker);
 }
 
 namespace

@@ -1,4 +1,5 @@
 #include "ostrelletest/failingchild.h"
+#include "ostrelletest/failingthread.h"
 #include "ostrelletest/scopedtestflag.h"
 #include "ostrelletest/semaphore.h"
 #include "ostrelletest/thrownmessage.h"
@@ -434,7 +435,7 @@ int runPart(const QString &part)
         proper.setEventReceiver(&receiver);
     } else if (part == u"forgetful"_s) {
         forgetful.start();
-        forgetful.wait();
+        waitForFailingThread(forgetful);
     } else if (part == u"proper"_s) {
         proper.start();
         (void)proper.join();
