@@ -276,11 +276,11 @@ void TestSettingsFiles::readErrorOfALoad()
     QCOMPARE(qAbs(QFileInfo(master).lastModified().msecsTo(time)) < 1000, !isOverwritten);
     // What could not be converted is no copy to use again.
     QCOMPARE(QFile::exists(fixture.privateCopy()), isCopy && goodReadings == 0);
-    // Half a file is all that QSettings has seen, and it does not look again; with newer versions not at
-    // another copy of the same size and time either.
-    constexpr bool keepsCopies = QT_VERSION >= QT_VERSION_CHECK(6, 8, 0);
-    if (goodReadings == 1 && (!isCopy || (keepsCopies && !changes)))
+    // Half a file is all that QSettings has seen, and it does not look again.
+    if (!isCopy && goodReadings == 1)
         return;
+    // It does look at a copy made anew, but only when that has another time; file systems count in ticks.
+    QTest::qSleep(50);
     QCOMPARE(settings.loadFile(master, s3Settings::LoadFlags::fromInt(flags)), flags != 4 || !changes);
     settings.setSection(u"a"_s);
     QCOMPARE(settings.read(u"key"_s), !settings.isOk() ? QString() : changes ? u"x\\y"_s : u"xy"_s);
