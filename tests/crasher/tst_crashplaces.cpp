@@ -82,6 +82,19 @@ struct Place {
 };
 Q_DECLARE_METATYPE(Place)
 
+// A crash there, over when this is made.
+struct PlacedCrash {
+    PlacedCrash(const Place &place, int limit) : crash(folder.path()), kept(place.make(folder.path(), crash))
+    {
+        if (kept)
+            crash.run(failure, limit);
+    }
+
+    QTemporaryDir folder;
+    Crash crash;
+    std::shared_ptr<void> kept; // null when the place is not to be had
+};
+
 class TestCrashPlaces final : public QObject
 {
     Q_OBJECT
@@ -217,17 +230,15 @@ void TestCrashPlaces::boxAndExitCode()
     QFETCH(QString, missing);
     if (!missing.isEmpty())
         QSKIP(qPrintable(missing));
-    const QTemporaryDir folder;
-    Crash crash(folder.path());
-    const std::shared_ptr<void> kept = place.make(folder.path(), crash);
-    QVERIFY(kept);
-    crash.run(failure);
+    const PlacedCrash placed(place, generousLimit);
+    const Crash &crash = placed.crash;
+    QVERIFY(placed.kept);
     QVERIFY2(crash.endedWith(-1), crash.told().constData());
     QCOMPARE(crash.texts.size(), 1);
     QVERIFY2(
         matches(crash.texts[0], boxForm(failureText, locationOf(failureCode, filterPlace()), registerRows())),
         crash.told().constData());
-    place.look(folder.path());
+    place.look(placed.folder.path());
 }
 
 void TestCrashPlaces::endsWithinTenSeconds_data()
@@ -241,11 +252,9 @@ void TestCrashPlaces::endsWithinTenSeconds()
     QFETCH(QString, missing);
     if (!missing.isEmpty())
         QSKIP(qPrintable(missing));
-    const QTemporaryDir folder;
-    Crash crash(folder.path());
-    const std::shared_ptr<void> kept = place.make(folder.path(), crash);
-    QVERIFY(kept);
-    crash.run(failure, productLimit);
+    const PlacedCrash placed(place, productLimit);
+    const Crash &crash = placed.crash;
+    QVERIFY(placed.kept);
     QVERIFY2(crash.endedWith(-1) && crash.hasFailed, crash.told().constData());
     QVERIFY2(crash.timeToEnd() <= timeToBeGone, crash.told().constData());
 }
